@@ -1,0 +1,45 @@
+#pragma once
+// Host-side handle on one codec board: wake-up, identification and the command protocol.
+#include "DriverApiTypes.h"
+#include "ZebBoardTypes.h"
+#include <cstdint>
+
+class CZebToolBox
+{
+public:
+    explicit CZebToolBox(SYS_CTL_BOARD_TYPE type);
+    ~CZebToolBox();
+    CZebToolBox(const CZebToolBox&) = delete;
+    CZebToolBox& operator=(const CZebToolBox&) = delete;
+
+    uint32_t SetUCodeInterface(uint32_t interface, int32_t sleepWhilePolling);
+    uint32_t ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, uint32_t interface);
+    uint32_t ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs);
+    uint32_t ExecuteUCodeCommand(uint8_t opcode);
+
+    void ResetPulse();
+    uint32_t WaitDPRAMAvailable(uint32_t seconds);
+    uint32_t WaitBootstrapAvailable(uint32_t seconds);
+    uint32_t BoardWakeUp(uint32_t attempts);
+    uint32_t GetBoardInfos(SZebBoardInfos* out);
+
+    uint32_t BS_ReadByte(uint32_t address, uint8_t* out);
+    uint32_t BS_ReadShort(uint32_t address, uint16_t* out);
+    uint32_t BS_ReadLong(uint32_t address, uint32_t* out);
+    uint32_t BS_WriteByte(uint32_t address, uint8_t value);
+    uint32_t BS_WriteShort(uint32_t address, uint16_t value);
+    uint32_t BS_WriteLong(uint32_t address, uint32_t value);
+
+    uint32_t I2CService(uint8_t address, uint32_t writeCount, uint8_t* writeData, uint32_t readCount,
+                        uint8_t* readData);
+    uint32_t MCF547xI2CReset();
+
+private:
+    volatile uint8_t* mpCommandZone_U8 = nullptr;
+    int32_t mTakesWakeUpStep_S32 = 0;
+    SZebBoardInfos mBoardInfos_X = {};
+    uint8_t* mpScratch_U8 = nullptr;
+    uint32_t mScratchSize_U32 = 0;
+    uint32_t mUCodeInterface_U32 = 0;
+    int32_t mSleepWhilePolling_S32 = 0;
+};

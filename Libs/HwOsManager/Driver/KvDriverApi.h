@@ -1,0 +1,34 @@
+#pragma once
+// Top driver handle: opens the drivers named by a mask and hands them out as one record.
+#include "DriverApiTypes.h"
+
+class KvDriverApi
+{
+public:
+    // Mask 0 returns the existing instance (or null) and creates nothing.
+    static KvDriverApi* S_GetInstance(uint32_t mask);
+    static void S_ReleaseInstance(bool shutdownDevice);
+
+    // 22 for a null pointer, else the construction status.
+    int32_t GetKvDriverInterface(KVDRIVER_PINGUINTERFACE* out);
+    int32_t KrpcBoardType();
+
+    // Null-safe forms for callers that hold a handle that may be null: a null handle
+    // reports 9 (not constructed) and leaves the output untouched.
+    static int32_t S_GetKvDriverInterface(KvDriverApi* api, KVDRIVER_PINGUINTERFACE* out);
+    static int32_t S_KrpcBoardType(KvDriverApi* api);
+
+    // Implementation details are private to the driver handle code.
+    KvDriverApi(KVDRIVERAPIPARAM* param);
+    ~KvDriverApi();
+
+private:
+    uint32_t mMask_U32 = 0;
+    int32_t mKrpcBoardType_S32 = 0;
+    int32_t mStatus_S32 = 9;
+    KVDRIVER_PINGUINTERFACE mInterface_X = {};
+    int32_t mTraceFd_S32 = -1;
+    int32_t mBoardType_S32 = 0;
+    static KvDriverApi* S_mpKvDriverApiInstance;
+    static bool S_mDoDeviceShutdown;
+};

@@ -1,0 +1,6 @@
+#include <gtest/gtest.h>
+
+TEST(Build, TestsRun)
+{
+    EXPECT_EQ(sizeof(long long), 8u);
+}

@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Configures and builds one tree: build.sh i386|asan|tsan|native [extra cmake args]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+kind="$1"; shift
+dir="build/$kind"
+args=(-G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo)
+case "$kind" in
+    i386)   args+=(-DCMAKE_TOOLCHAIN_FILE=cmake/i386.cmake -DSARVIK_WERROR=ON) ;;
+    asan)   args+=(-DSARVIK_SANITIZE=address) ;;
+    tsan)   args+=(-DSARVIK_SANITIZE=thread) ;;
+    native) args+=(-DSARVIK_BENCH=ON) ;;
+    *) echo "build.sh: unknown build '$kind'" >&2; exit 2 ;;
+esac
+cmake -S . -B "$dir" "${args[@]}" "$@" >/dev/null
+cmake --build "$dir" -j "$(nproc)"

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Builds and runs every test: the i386 product build (unit tests and the release binary in the
+# simulated server), the native ASan+UBSan build and the native ThreadSanitizer build.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+bash tools/deps.sh
+status=0
+total_pass=0
+total_fail=0
+
+run_suite() {
+    local kind="$1"; shift
+    echo "=== $kind: build"
+    if ! bash tools/build.sh "$kind"; then
+        echo "=== $kind: build FAILED"
+        status=1
+        total_fail=$((total_fail + 1))
+        return
+    fi
+    echo "=== $kind: tests"
+    local log="build/$kind/ctest.log"
+    ctest --test-dir "build/$kind" --output-on-failure -j "$(nproc)" --timeout 600 "$@" 2>&1 | tee "$log"
+    local rc=${PIPESTATUS[0]}
+    [ "$rc" -eq 0 ] || status=1
+    local line
+    line=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$log" | tail -n 1)
+    if [ -n "$line" ]; then
+        local failed all
+        failed=$(echo "$line" | sed -E 's/.* ([0-9]+) tests failed out of ([0-9]+).*/\1/')
+        all=$(echo "$line" | sed -E 's/.* ([0-9]+) tests failed out of ([0-9]+).*/\2/')
+        total_pass=$((total_pass + all - failed))
+        total_fail=$((total_fail + failed))
+    elif [ "$rc" -ne 0 ]; then
+        total_fail=$((total_fail + 1))
+    fi
+}
+
+run_suite i386
+run_suite asan -LE 'no-asan|sim|scenario'
+run_suite tsan -L 'syslog'
+
+echo "=== summary (i386, asan, tsan)"
+echo "total: ${total_pass} passed, ${total_fail} failed"
+exit $status
