@@ -281,12 +281,14 @@ TEST_F(CRealTimeLogTest, LinesFromManyThreadsArriveWholeAndNoneIsLostOnceAccepte
         std::vector<std::thread> callers;
         for (int t = 0; t < 4; t++)
         {
-            callers.emplace_back([&log, &accepted, t] {
-                for (int i = 0; i < 2000; i++)
+            callers.emplace_back(
+                [&log, &accepted, t]
                 {
-                    accepted += log.Log(1, "thread %d line %05d end\n", t, i);
-                }
-            });
+                    for (int i = 0; i < 2000; i++)
+                    {
+                        accepted += log.Log(1, "thread %d line %05d end\n", t, i);
+                    }
+                });
         }
         for (std::thread& caller : callers)
         {

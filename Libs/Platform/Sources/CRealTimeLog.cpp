@@ -234,8 +234,8 @@ int CRealTimeLog::FormatDateAndTime(const struct timespec& when, char* buffer, u
     }
     struct tm local = {};
     localtime_r(&when.tv_sec, &local);
-    int length = snprintf(buffer, size, "<%02d/%02d/%04d %02d:%02d:%02d.%03d> ", local.tm_mday, local.tm_mon + 1,
-                          local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec,
+    int length = snprintf(buffer, size, "<%02d/%02d/%04d %02d:%02d:%02d.%03d> ", local.tm_mday,
+                          local.tm_mon + 1, local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec,
                           static_cast<int>(when.tv_nsec / 1000000));
     if (length < 0)
     {
