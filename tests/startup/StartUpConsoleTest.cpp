@@ -7,6 +7,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
+#include <memory>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -175,6 +176,16 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
 
     const pid_t started = sandbox.Start(pty.slave, true);
     ASSERT_GT(started, 0);
+    // A failed check must not leave the stalled tool behind.
+    std::shared_ptr<void> reaper(nullptr,
+                                 [started](void*)
+                                 {
+                                     if (waitpid(started, nullptr, WNOHANG) == 0)
+                                     {
+                                         kill(started, SIGKILL);
+                                         waitpid(started, nullptr, 0);
+                                     }
+                                 });
     ASSERT_TRUE(WaitFor([&] { return IsRaw(pty.Settings()); })) << "no echo, keys one by one, no SIGINT";
     pid_t tool = -1;
     ASSERT_TRUE(WaitFor([&] { return (tool = FindTool(started)) > 0; }));
