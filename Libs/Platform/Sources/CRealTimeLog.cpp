@@ -2,6 +2,7 @@
 
 #include "BofSystem.h"
 
+#include <cstring>
 #include <new>
 #include <sys/types.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@ namespace
 {
 constexpr uint32_t WRITER_STACK_SIZE_U32 = 4096;
 constexpr uint32_t REOPEN_RETRY_MS_U32 = 2;
+constexpr uint32_t GATHER_MS_U32 = 1;
 
 // Holds a critical section for the lifetime of a scope.
 class CSectionGuard
@@ -64,6 +66,7 @@ void CRealTimeLog::Init()
     mSlots_U8 = new (std::nothrow) char[SLOT_COUNT_U32 * SLOT_SIZE_U32];
     mFree_X = new (std::nothrow) SSlotQueue;
     mPending_X = new (std::nothrow) SSlotQueue;
+    mBatch_X = new (std::nothrow) SSlotQueue;
     if (mSlots_U8 != nullptr && mFree_X != nullptr)
     {
         for (uint32_t i_U32 = 0; i_U32 < SLOT_COUNT_U32; i_U32++)
@@ -93,6 +96,7 @@ CRealTimeLog::~CRealTimeLog()
     Bof_CloseEvent(mWakeUp_X);
     Bof_DestroyCriticalSection(&mStreamLock_X);
     Bof_DestroyCriticalSection(&mListLock_X);
+    delete mBatch_X;
     delete mPending_X;
     delete mFree_X;
     delete[] mSlots_U8;
@@ -124,9 +128,10 @@ int CRealTimeLog::Open(const char* name, const char* mode)
     {
         size = ftello(stream);
     }
-    // A pipe or device has no size to limit.
+    // A pipe or device has no size to limit (-1).
     if (size < 0 || static_cast<uint64_t>(size) <= mMaxFileSize_U32)
     {
+        mFileSize_S64 = size;
         mStream_X = stream;
         return 0;
     }
@@ -160,7 +165,8 @@ int CRealTimeLog::Log(const char* format, ...)
 
 int CRealTimeLog::Enqueue(int withTime, const char* format, va_list args)
 {
-    if (mStream_X.load(std::memory_order_acquire) == nullptr || mClosed_U32 != 0 || mSlots_U8 == nullptr)
+    if (mStream_X.load(std::memory_order_acquire) == nullptr || mClosed_U32 != 0 || mSlots_U8 == nullptr ||
+        mFree_X == nullptr || mPending_X == nullptr || mBatch_X == nullptr)
     {
         return 0;
     }
@@ -184,14 +190,15 @@ int CRealTimeLog::Enqueue(int withTime, const char* format, va_list args)
     {
         vsnprintf(slot + length, SLOT_SIZE_U32 - length, format, args);
     }
-    bool wasIdle_B = false;
+    bool wake_B = false;
     {
         CSectionGuard guard(mListLock_X);
-        wasIdle_B = mPending_X->mCount_U32 == 0;
         mPending_X->Push(index_U16);
+        wake_B = mWriterWaiting_B;
+        mWriterWaiting_B = false;
     }
-    // The writer only sleeps once it has seen the pending list empty, so one wake-up per burst is enough.
-    if (wasIdle_B)
+    // Only a writer that announced its wait needs the event; a busy one finds the line on its next round.
+    if (wake_B)
     {
         Bof_SetEvent(mWakeUp_X);
     }
@@ -221,9 +228,38 @@ void CRealTimeLog::Close()
 
 int CRealTimeLog::MakeDateAndTimeStr(char* buffer, unsigned size)
 {
+    if (buffer == nullptr || size == 0)
+    {
+        return 0;
+    }
     struct timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
-    return FormatDateAndTime(now, buffer, size);
+    // localtime_r and the formatting are most of a line's cost, and only the milliseconds change
+    // within a second: keep each thread's last prefix and patch its three digits.
+    thread_local time_t S_CachedSecond = 0;
+    thread_local int S_CachedLength_S32 = 0;
+    thread_local char S_Cached_U8[64];
+    if (S_CachedLength_S32 == 0 || now.tv_sec != S_CachedSecond)
+    {
+        struct timespec second = {now.tv_sec, 0};
+        S_CachedLength_S32 = FormatDateAndTime(second, S_Cached_U8, sizeof(S_Cached_U8));
+        S_CachedSecond = now.tv_sec;
+    }
+    if (S_CachedLength_S32 < 5)
+    {
+        return FormatDateAndTime(now, buffer, size);
+    }
+    // "...ss.mmm> ": the milliseconds end five characters before the end.
+    const int milliseconds_S32 = static_cast<int>(now.tv_nsec / 1000000);
+    char* digits = S_Cached_U8 + S_CachedLength_S32 - 5;
+    digits[0] = static_cast<char>('0' + milliseconds_S32 / 100);
+    digits[1] = static_cast<char>('0' + milliseconds_S32 / 10 % 10);
+    digits[2] = static_cast<char>('0' + milliseconds_S32 % 10);
+    const int length_S32 =
+        S_CachedLength_S32 < static_cast<int>(size) ? S_CachedLength_S32 : static_cast<int>(size) - 1;
+    memcpy(buffer, S_Cached_U8, static_cast<size_t>(length_S32));
+    buffer[length_S32] = '\0';
+    return length_S32;
 }
 
 int CRealTimeLog::FormatDateAndTime(const struct timespec& when, char* buffer, unsigned size)
@@ -255,45 +291,75 @@ void CRealTimeLog::FlushTask()
     // Pending lines are written before the thread ends, so a line logged just before exit is kept.
     for (;;)
     {
-        uint16_t index_U16 = 0;
+        // Take every pending slot at once: one lock round per burst instead of two per line.
         CritSectEnter(mListLock_X);
-        bool taken_B = mPending_X->Pop(&index_U16);
-        bool stop_B = !taken_B && mStop_U32 != 0;
-        // Reset under the lock: a Log that queues after this point sets the event again.
-        if (!taken_B && !stop_B)
+        uint16_t index_U16 = 0;
+        while (mPending_X->Pop(&index_U16))
+        {
+            mBatch_X->Push(index_U16);
+        }
+        const bool idle_B = mBatch_X->mCount_U32 == 0;
+        const bool stop_B = idle_B && mStop_U32 != 0;
+        // Reset and announce the wait under the lock: the next Log to queue sets the event again.
+        if (idle_B && !stop_B)
         {
             Bof_ResetEvent(mWakeUp_X);
+            mWriterWaiting_B = true;
         }
         CritSectLeave(mListLock_X);
         if (stop_B)
         {
             return;
         }
-        if (!taken_B)
+        if (idle_B)
         {
             Bof_WaitForEvent(mWakeUp_X, BOF_INFINITE);
             continue;
         }
-        char* slot = mSlots_U8 + index_U16 * SLOT_SIZE_U32;
-        slot[SLOT_SIZE_U32 - 1] = '\0';
+        WriteBatch();
+        // Let a burst gather for a moment: callers then rarely pay for waking the writer, and the
+        // disk gets one write per burst instead of one per line.
+        if (mStop_U32 == 0)
         {
-            CSectionGuard guard(mStreamLock_X);
+            Bof_Sleep(GATHER_MS_U32);
+        }
+    }
+}
+
+void CRealTimeLog::WriteBatch()
+{
+    {
+        CSectionGuard guard(mStreamLock_X);
+        for (uint32_t i_U32 = 0; i_U32 < mBatch_X->mCount_U32; i_U32++)
+        {
+            char* slot = mSlots_U8 +
+                         mBatch_X->mIndex_U16[(mBatch_X->mHead_U32 + i_U32) % SLOT_COUNT_U32] * SLOT_SIZE_U32;
+            slot[SLOT_SIZE_U32 - 1] = '\0';
             FILE* stream = mStream_X.load();
             if (stream != nullptr)
             {
                 fputs(slot, stream);
-                fflush(stream);
+                if (mFileSize_S64 >= 0)
+                {
+                    mFileSize_S64 += static_cast<int64_t>(strlen(slot));
+                }
                 RotateIfTooLarge();
             }
         }
-        bool freed_B = false;
+        // One flush per burst: the lines reach the file before the writer waits again.
+        FILE* stream = mStream_X.load();
+        if (stream != nullptr)
         {
-            CSectionGuard guard(mListLock_X);
-            freed_B = mFree_X->Push(index_U16);
+            fflush(stream);
         }
-        if (!freed_B)
+    }
+    CSectionGuard guard(mListLock_X);
+    uint16_t index_U16 = 0;
+    while (mBatch_X->Pop(&index_U16))
+    {
+        if (!mFree_X->Push(index_U16))
         {
-            fprintf(stderr, "CRealTimeLog::FlushTask: free list push failed for slot %u (%s:%d)\n",
+            fprintf(stderr, "CRealTimeLog::WriteBatch: free list push failed for slot %u (%s:%d)\n",
                     static_cast<unsigned>(index_U16), __FILE__, __LINE__);
         }
     }
@@ -301,12 +367,12 @@ void CRealTimeLog::FlushTask()
 
 void CRealTimeLog::RotateIfTooLarge()
 {
-    FILE* stream = mStream_X.load();
-    off_t size = ftello(stream);
-    if (size < 0 || static_cast<uint64_t>(size) <= mMaxFileSize_U32)
+    // The size is counted as lines are written, so that the check costs no system call per line.
+    if (mFileSize_S64 < 0 || static_cast<uint64_t>(mFileSize_S64) <= mMaxFileSize_U32)
     {
         return;
     }
+    FILE* stream = mStream_X.load();
     // The field keeps the closed stream while this runs under the stream lock, so callers go
     // on queueing instead of dropping lines during the swap.
     fclose(stream);
@@ -320,6 +386,7 @@ void CRealTimeLog::RotateIfTooLarge()
         stream = fopen(mFileName_U8, "wb");
         if (stream != nullptr)
         {
+            mFileSize_S64 = 0;
             mStream_X = stream;
             return;
         }

@@ -60,6 +60,7 @@ private:
     void RotateIfTooLarge();
     static void S_FlushTask(void* context);
     void FlushTask();
+    void WriteBatch();
 
     std::atomic<uint32_t> mMaxFileSize_U32{DEFAULT_MAX_FILE_SIZE_U32};
     std::atomic<uint32_t> mClosed_U32{1};
@@ -67,9 +68,12 @@ private:
     BOFTHREAD mThread_X = nullptr;
     BOFEVENT mWakeUp_X = nullptr;
     std::atomic<FILE*> mStream_X{nullptr};
+    int64_t mFileSize_S64 = -1; // bytes in the open file, -1 when it has no size; under mStreamLock_X
     char* mSlots_U8 = nullptr;
     SSlotQueue* mFree_X = nullptr;
     SSlotQueue* mPending_X = nullptr;
+    SSlotQueue* mBatch_X = nullptr; // the writer's slots between the two lists
+    bool mWriterWaiting_B = false;  // guarded by mListLock_X
     // Guards both queues; held only for list moves and formatting, never for disk I/O.
     BOF_CRITICAL_SECTION mListLock_X = 0;
     // Serialises the writer's disk I/O with Open, Close and ForceFlush.
