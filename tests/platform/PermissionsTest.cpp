@@ -1,0 +1,218 @@
+#include "Permissions.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using Orx::KrpcLinuxTools::Permissions;
+
+namespace
+{
+constexpr uid_t USER_UID = 1000;
+
+struct Ids
+{
+    uid_t real, effective, saved;
+};
+
+Ids CurrentIds()
+{
+    Ids ids{};
+    getresuid(&ids.real, &ids.effective, &ids.saved);
+    return ids;
+}
+
+std::string Describe(const Ids& ids)
+{
+    return std::to_string(ids.real) + "/" + std::to_string(ids.effective) + "/" + std::to_string(ids.saved);
+}
+
+// Runs `check` in a child whose user IDs were first set to the given triple. The child writes
+// the first failure it meets to a pipe; an empty report means every expectation held.
+std::string RunAs(Ids start, const std::function<std::string()>& check)
+{
+    int fds[2];
+    if (pipe(fds) != 0)
+    {
+        return std::string("pipe: ") + strerror(errno);
+    }
+    pid_t child = fork();
+    if (child < 0)
+    {
+        return std::string("fork: ") + strerror(errno);
+    }
+    if (child == 0)
+    {
+        close(fds[0]);
+        std::string report;
+        if (setresuid(start.real, start.effective, start.saved) != 0)
+        {
+            report = std::string("setresuid: ") + strerror(errno);
+        }
+        else
+        {
+            report = check();
+        }
+        ssize_t written = write(fds[1], report.data(), report.size());
+        _exit(written == static_cast<ssize_t>(report.size()) ? 0 : 1);
+    }
+    close(fds[1]);
+    std::string report;
+    char buffer[256];
+    ssize_t got;
+    while ((got = read(fds[0], buffer, sizeof(buffer))) > 0)
+    {
+        report.append(buffer, static_cast<size_t>(got));
+    }
+    close(fds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (!WIFEXITED(status))
+    {
+        report += " (child did not exit normally)";
+    }
+    return report;
+}
+
+#define CHECK_OR_REPORT(condition)                                                                           \
+    do                                                                                                       \
+    {                                                                                                        \
+        if (!(condition))                                                                                    \
+        {                                                                                                    \
+            return std::string(#condition " failed with ids ") + Describe(CurrentIds());                     \
+        }                                                                                                    \
+    } while (0)
+
+bool Same(const Ids& a, const Ids& b)
+{
+    return a.real == b.real && a.effective == b.effective && a.saved == b.saved;
+}
+
+class PermissionsTest : public testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_EQ(geteuid(), 0u) << "the identity switches are checked from root"; }
+};
+} // namespace
+
+TEST_F(PermissionsTest, RootKeepsItsRightsAndHasNothingToDrop)
+{
+    EXPECT_EQ(RunAs({0, 0, 0},
+                    []
+                    {
+                        Permissions permissions(false, 3);
+                        CHECK_OR_REPORT(permissions.HasPrivileges());
+                        CHECK_OR_REPORT(!permissions.DropPriveleges());
+                        CHECK_OR_REPORT(Same(CurrentIds(), {0, 0, 0}));
+                        CHECK_OR_REPORT(permissions.ChangeRealUser(0));
+                        CHECK_OR_REPORT(permissions.RestoreRealUser());
+                        CHECK_OR_REPORT(Same(CurrentIds(), {0, 0, 0}));
+                        return std::string();
+                    }),
+              "");
+}
+
+TEST_F(PermissionsTest, SetUserIdRootDropsRestoresAndBorrowsRoot)
+{
+    EXPECT_EQ(RunAs({USER_UID, 0, 0},
+                    []
+                    {
+                        Permissions permissions(false, 3);
+                        CHECK_OR_REPORT(permissions.HasPrivileges());
+                        CHECK_OR_REPORT(permissions.DropPriveleges());
+                        CHECK_OR_REPORT(!permissions.HasPrivileges());
+                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, USER_UID, 0}));
+                        CHECK_OR_REPORT(!permissions.DropPriveleges()); // nothing left to drop
+                        CHECK_OR_REPORT(permissions.RestorePriveleges());
+                        CHECK_OR_REPORT(permissions.HasPrivileges());
+
+                        // Borrowing root from the dropped state raises the effective ID first.
+                        CHECK_OR_REPORT(permissions.DropPriveleges());
+                        CHECK_OR_REPORT(permissions.ChangeRealUser(0));
+                        CHECK_OR_REPORT(Same(CurrentIds(), {0, 0, 0}));
+                        CHECK_OR_REPORT(permissions.RestoreRealUser());
+                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, 0, 0}));
+
+                        CHECK_OR_REPORT(permissions.RestoreRealUser(true));
+                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, USER_UID, 0}));
+                        CHECK_OR_REPORT(!permissions.HasPrivileges());
+                        return std::string();
+                    }),
+              "");
+}
+
+TEST_F(PermissionsTest, DropAtConstructionLeavesTheUserIdentityInForce)
+{
+    EXPECT_EQ(RunAs({USER_UID, 0, 0},
+                    []
+                    {
+                        Permissions permissions(true, 3);
+                        CHECK_OR_REPORT(!permissions.HasPrivileges());
+                        CHECK_OR_REPORT(permissions.RestorePriveleges());
+                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, 0, 0}));
+                        return std::string();
+                    }),
+              "");
+}
+
+TEST_F(PermissionsTest, OrdinaryUserCannotBecomeRoot)
+{
+    EXPECT_EQ(RunAs({USER_UID, USER_UID, USER_UID},
+                    []
+                    {
+                        Permissions permissions(false, 3);
+                        CHECK_OR_REPORT(!permissions.HasPrivileges());
+                        CHECK_OR_REPORT(!permissions.DropPriveleges());
+                        CHECK_OR_REPORT(!permissions.ChangeRealUser(0));
+                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, USER_UID, USER_UID}));
+                        return std::string();
+                    }),
+              "");
+}
+
+TEST_F(PermissionsTest, ConstructionSetsTheFileCreationMask)
+{
+    EXPECT_EQ(RunAs({0, 0, 0},
+                    []
+                    {
+                        umask(077);
+                        Permissions permissions(false, 3);
+                        mode_t previous = umask(0);
+                        CHECK_OR_REPORT(previous == 03);
+                        return std::string();
+                    }),
+              "");
+}
+
+TEST_F(PermissionsTest, SingletonIsCreatedOnceAcrossThreads)
+{
+    EXPECT_EQ(RunAs({0, 0, 0},
+                    []
+                    {
+                        Permissions* seen[8] = {};
+                        std::vector<std::thread> threads;
+                        for (auto& slot : seen)
+                        {
+                            threads.emplace_back([&slot] { slot = Permissions::GetInstance(); });
+                        }
+                        for (auto& thread : threads)
+                        {
+                            thread.join();
+                        }
+                        for (auto* instance : seen)
+                        {
+                            CHECK_OR_REPORT(instance != nullptr && instance == seen[0]);
+                        }
+                        CHECK_OR_REPORT(Permissions::GetInstance() == seen[0]);
+                        return std::string();
+                    }),
+              "");
+}
