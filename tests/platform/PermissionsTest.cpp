@@ -1,4 +1,5 @@
 #include "Permissions.h"
+#include "ForkedCheck.h"
 
 #include <gtest/gtest.h>
 
@@ -35,51 +36,18 @@ std::string Describe(const Ids& ids)
     return std::to_string(ids.real) + "/" + std::to_string(ids.effective) + "/" + std::to_string(ids.saved);
 }
 
-// Runs `check` in a child whose user IDs were first set to the given triple. The child writes
-// the first failure it meets to a pipe; an empty report means every expectation held.
+// Runs `check` in a child whose user IDs were first set to the given triple.
 std::string RunAs(Ids start, const std::function<std::string()>& check)
 {
-    int fds[2];
-    if (pipe(fds) != 0)
-    {
-        return std::string("pipe: ") + strerror(errno);
-    }
-    pid_t child = fork();
-    if (child < 0)
-    {
-        return std::string("fork: ") + strerror(errno);
-    }
-    if (child == 0)
-    {
-        close(fds[0]);
-        std::string report;
-        if (setresuid(start.real, start.effective, start.saved) != 0)
+    return RunInForkedChild(
+        [&]
         {
-            report = std::string("setresuid: ") + strerror(errno);
-        }
-        else
-        {
-            report = check();
-        }
-        ssize_t written = write(fds[1], report.data(), report.size());
-        _exit(written == static_cast<ssize_t>(report.size()) ? 0 : 1);
-    }
-    close(fds[1]);
-    std::string report;
-    char buffer[256];
-    ssize_t got;
-    while ((got = read(fds[0], buffer, sizeof(buffer))) > 0)
-    {
-        report.append(buffer, static_cast<size_t>(got));
-    }
-    close(fds[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (!WIFEXITED(status))
-    {
-        report += " (child did not exit normally)";
-    }
-    return report;
+            if (setresuid(start.real, start.effective, start.saved) != 0)
+            {
+                return std::string("setresuid: ") + strerror(errno);
+            }
+            return check();
+        });
 }
 
 #define CHECK_OR_REPORT(condition)                                                                           \
