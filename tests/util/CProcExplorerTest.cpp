@@ -1,4 +1,5 @@
 #include "CProcExplorer.h"
+#include "ForkedCheck.h"
 #include "Permissions.h"
 
 #include <gtest/gtest.h>
@@ -6,9 +7,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <sched.h>
 #include <string>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -144,6 +147,75 @@ TEST(CProcExplorer, NameWithABlankIsSkippedByTheScan)
     ASSERT_GT(child.Pid(), 0);
     CProcExplorer explorer;
     EXPECT_EQ(explorer.GetPidFromName(("(" + name + ")").c_str()), -1);
+}
+
+TEST(CProcExplorer, WalkIsBoundedByPidMaxAndFallsBackWhenItIsUnreadable)
+{
+    std::string name = UniqueName("svkm");
+    NamedChild child(name);
+    ASSERT_GT(child.Pid(), 1);
+    std::string exact = "(" + name + ")";
+    struct
+    {
+        const char* content;
+        int expectedPidMax;
+        int expectedPid;
+    } cases[] = {
+        {"not a number\n", 32768, child.Pid() < 32768 ? child.Pid() : -1},
+        {"", 32768, child.Pid() < 32768 ? child.Pid() : -1},
+        {"0\n", 0, -1},
+        // The walk stops below the limit: the child's own number is just out of reach.
+        {nullptr, child.Pid(), -1},
+    };
+    for (const auto& each : cases)
+    {
+        std::string limit = each.content ? each.content : std::to_string(child.Pid()) + "\n";
+        // pid_max is replaced in a private mount namespace only, so the machine never sees it.
+        std::string report = RunInForkedChild(
+            [&]
+            {
+                char path[] = "/tmp/SarvikPidMaxXXXXXX";
+                int fd = mkstemp(path);
+                if (fd < 0)
+                {
+                    return std::string("mkstemp: ") + strerror(errno);
+                }
+                bool written = write(fd, limit.data(), limit.size()) == static_cast<ssize_t>(limit.size());
+                close(fd);
+                std::string result;
+                if (!written)
+                {
+                    result = "write pid_max copy failed";
+                }
+                else if (unshare(CLONE_NEWNS) != 0)
+                {
+                    result = std::string("unshare(CLONE_NEWNS): ") + strerror(errno);
+                }
+                else if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+                {
+                    result = std::string("mount --make-rprivate /: ") + strerror(errno);
+                }
+                else if (mount(path, "/proc/sys/kernel/pid_max", nullptr, MS_BIND, nullptr) != 0)
+                {
+                    result = std::string("mount --bind over pid_max: ") + strerror(errno);
+                }
+                else
+                {
+                    CProcExplorer explorer;
+                    if (explorer.GetPidMax() != each.expectedPidMax)
+                    {
+                        result = "pid max " + std::to_string(explorer.GetPidMax());
+                    }
+                    else if (explorer.GetPidFromName(exact.c_str()) != each.expectedPid)
+                    {
+                        result = "found " + std::to_string(explorer.GetPidFromName(exact.c_str()));
+                    }
+                }
+                unlink(path);
+                return result;
+            });
+        EXPECT_EQ(report, "") << "pid_max holding \"" << limit << "\"";
+    }
 }
 
 TEST(CProcExplorer, PriorityCallsRefuseBadArguments)

@@ -123,8 +123,12 @@ bool CBofThreadGeneric::WaitRunning()
 void CBofThreadGeneric::MarkRunning()
 {
     CBofLockGuard guard(&mLock_X);
-    // Named from inside so the name is in /proc/self/task/*/comm before anyone sees it running.
-    pthread_setname_np(pthread_self(), mParam_X.pName_c);
+    // Named from inside so the name is in /proc/self/task/*/comm before anyone sees it running;
+    // an unnamed thread keeps the name it inherited rather than an empty one.
+    if (mParam_X.pName_c[0] != '\0')
+    {
+        pthread_setname_np(pthread_self(), mParam_X.pName_c);
+    }
     mRunning_B = true;
     pthread_cond_broadcast(&mStateChanged_X);
 }
