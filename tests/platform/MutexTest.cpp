@@ -14,13 +14,6 @@
 using Orx::Corvane::Concurrency::Mutex;
 using namespace std::chrono_literals;
 
-TEST(Mutex, LockAndUnlockReportThePthreadResult)
-{
-    Mutex mutex;
-    EXPECT_EQ(mutex.lock(), 0);
-    EXPECT_EQ(mutex.unlock(), 0);
-}
-
 TEST(Mutex, HolderBlocksOtherThreadsUntilUnlock)
 {
     Mutex mutex;

@@ -1,4 +1,3 @@
-#include "CCriticalSection.h"
 #include "BofCriticalSection.h"
 
 #include <gtest/gtest.h>
@@ -42,7 +41,7 @@ private:
 };
 } // namespace
 
-TEST(CCriticalSection, NullHandlePointerIsRefusedByEveryCall)
+TEST(BofCriticalSection, NullHandlePointerIsRefusedByEveryCall)
 {
     EXPECT_EQ(Bof_CreateCriticalSection("x", nullptr), 0xC0090101u);
     EXPECT_EQ(Bof_EnterCriticalSection(nullptr), 0xC0090101u);
@@ -50,7 +49,7 @@ TEST(CCriticalSection, NullHandlePointerIsRefusedByEveryCall)
     EXPECT_EQ(Bof_DestroyCriticalSection(nullptr), 0xC0090101u);
 }
 
-TEST(CCriticalSection, NullHandleInTheVariableIsTolerated)
+TEST(BofCriticalSection, NullHandleInTheVariableIsTolerated)
 {
     BOF_CRITICAL_SECTION none = 0;
     EXPECT_EQ(Bof_EnterCriticalSection(&none), 0u);
@@ -61,7 +60,7 @@ TEST(CCriticalSection, NullHandleInTheVariableIsTolerated)
     CritSectDestroy(0);
 }
 
-TEST(CCriticalSection, CreateAcceptsAnyNameAndDestroyLeavesTheVariable)
+TEST(BofCriticalSection, CreateAcceptsAnyNameAndDestroyLeavesTheVariable)
 {
     for (const char* name : {"GlobalIntLock", static_cast<const char*>(nullptr)})
     {
@@ -74,7 +73,7 @@ TEST(CCriticalSection, CreateAcceptsAnyNameAndDestroyLeavesTheVariable)
     }
 }
 
-TEST(CCriticalSection, OwnerEntersTwiceAndOthersWaitForTheSecondLeave)
+TEST(BofCriticalSection, OwnerEntersTwiceAndOthersWaitForTheSecondLeave)
 {
     BOF_CRITICAL_SECTION handle = 0;
     ASSERT_EQ(Bof_CreateCriticalSection("Recursive", &handle), 0u);
@@ -91,14 +90,4 @@ TEST(CCriticalSection, OwnerEntersTwiceAndOthersWaitForTheSecondLeave)
         EXPECT_TRUE(other.WaitInside());
     }
     Bof_DestroyCriticalSection(&handle);
-}
-
-TEST(CCriticalSection, ObjectInheritsPriorityAndIsRecursive)
-{
-    CCriticalSection section;
-    ASSERT_EQ(section.Init(), 0);
-    EXPECT_EQ(section.Enter(), 0);
-    EXPECT_EQ(section.Enter(), 0);
-    EXPECT_EQ(section.Leave(), 0);
-    EXPECT_EQ(section.Leave(), 0);
 }
