@@ -225,6 +225,9 @@ TEST(CStringFormat, UnknownConversionsAndPercentPrintThemselves)
 
 TEST(CStringFormat, WidthOnPercentNAndUnknownShrinksTheRoom)
 {
+    // A '*' width is taken before the conversion is known, so the next argument still lines up.
+    EXPECT_EQ(Formatted(kRoom, "%*q%d", 5, 7), "%q7");
+    EXPECT_EQ(Formatted(6, "%*q%d|abcdef", 3, 7), "%q7");
     EXPECT_EQ(Formatted(10, "%5nabcdefghij", nullptr), "abcde");
     EXPECT_EQ(Formatted(10, "%5%abcdefghij"), "%abcd");
     EXPECT_EQ(Formatted(10, "%5qabcdefghij"), "%qabc");

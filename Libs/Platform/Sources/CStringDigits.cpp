@@ -44,38 +44,40 @@ int cvt(double value, int digits, bool fromFirst, char (&buffer)[kCvtSize], int&
     exponent = decimalExponent;
 
     // `last` is the digit behind the wanted ones: it decides the rounding and is dropped.
-    char* last = buffer + digits + (fromFirst ? 0 : decimalExponent);
-    if (last < buffer)
+    const int last = digits + (fromFirst ? 0 : decimalExponent);
+    if (last < 0)
         return 0;
-    while (pos <= last && pos < end)
+    int count = static_cast<int>(pos - buffer);
+    while (count <= last && count < kCvtSize)
     {
         double digit;
         fraction = std::modf(fraction * 10, &digit);
-        *pos++ = static_cast<char>('0' + static_cast<int>(digit));
+        buffer[count++] = static_cast<char>('0' + static_cast<int>(digit));
     }
-    if (last >= end)
+    if (last >= kCvtSize)
         return kCvtSize - 1;
 
-    pos = last;
-    *last += 5;
-    while (*last > '9')
+    count = last;
+    int at = last;
+    buffer[at] = static_cast<char>(buffer[at] + 5);
+    while (buffer[at] > '9')
     {
-        *last = '0';
-        if (last > buffer)
-            ++*--last;
+        buffer[at] = '0';
+        if (at > 0)
+            ++buffer[--at];
         else
         {
-            *last = '1';
+            buffer[at] = '1';
             ++exponent;
             // Counting from the point, the carry adds a digit in front: keep the count behind it.
             if (!fromFirst)
             {
-                if (pos > buffer)
-                    *pos = '0';
-                ++pos;
+                if (count > 0)
+                    buffer[count] = '0';
+                ++count;
             }
         }
     }
-    return static_cast<int>(pos - buffer);
+    return count;
 }
 } // namespace Orx::Corvane::local
