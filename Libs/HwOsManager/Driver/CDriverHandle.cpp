@@ -1,12 +1,12 @@
 #include "CDriverHandle.h"
 
+#include "CSystemCommand.h"
 #include "KrpcBoardType.h"
 #include "Permissions.h"
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <syslog.h>
@@ -26,7 +26,7 @@ int RunAsRoot(const char* command, bool* switched)
     int result = SWITCH_FAILED;
     if (*switched)
     {
-        result = system(command);
+        result = CSystemCommand::Run(command);
     }
     // A half-done switch is undone as well: the process keeps the identities it started with.
     pPermissions->RestoreRealUser();
