@@ -7,19 +7,6 @@ namespace
 {
 constexpr uint32_t TIMEOUT = 0xFFFFFFFF;
 
-SSimRun Probe(std::vector<std::string> simOptions, const std::vector<std::string>& ops)
-{
-    std::vector<std::string> command = {PROBE_PATH};
-    command.insert(command.end(), ops.begin(), ops.end());
-    if (std::find(simOptions.begin(), simOptions.end(), "--speed") == simOptions.end())
-    {
-        simOptions.insert(simOptions.end(), {"--speed", "20"});
-    }
-    SSimRun run = RunInSim(simOptions, command);
-    EXPECT_EQ(run.Exit_S32, 0) << run.Stdout_S;
-    return run;
-}
-
 // Number of reset pulses: each pulse asserts the reset line twice.
 size_t Attempts(const SSimRun& run)
 {
@@ -59,7 +46,7 @@ class WakeUpModelTest : public ::testing::TestWithParam<SModelCase>
 TEST_P(WakeUpModelTest, IdentifiesTheModelAndFillsTheBoardInfos)
 {
     const SModelCase& model = GetParam();
-    const SSimRun run = Probe(model.Options_X, {"wakeup", "3"});
+    const SSimRun run = RunProbe(model.Options_X, {"wakeup", "3"});
     const Json::Value& wakeUp = run.Op(0);
     ASSERT_EQ(wakeUp["result"].asUInt(), 0u) << run.Stdout_S;
     const Json::Value& infos = wakeUp["infos"];
@@ -102,7 +89,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
 {
-    const SSimRun run = Probe({"--board", "Q7K", "--q7k-regs", "0xD1,0x02,0x34,0x05"}, {"wakeup", "3"});
+    const SSimRun run = RunProbe({"--board", "Q7K", "--q7k-regs", "0xD1,0x02,0x34,0x05"}, {"wakeup", "3"});
     const Json::Value& detected = run.Output_X["detected"];
     EXPECT_EQ(detected["type"].asInt(), 4);
     EXPECT_EQ(detected["id"].asInt(), 0xD1);
@@ -138,7 +125,7 @@ class WakeUpFailureTest : public ::testing::TestWithParam<SFailureCase>
 TEST_P(WakeUpFailureTest, ReturnsItsCodeAfterTheAttemptsItsRuleAllows)
 {
     const SFailureCase& failure = GetParam();
-    const SSimRun run = Probe({"--board", "Q5K", "--fault", failure.Fault_S, "--speed", "400"}, {"wakeup", "2"});
+    const SSimRun run = RunProbe({"--board", "Q5K", "--fault", failure.Fault_S, "--speed", "400"}, {"wakeup", "2"});
     EXPECT_EQ(run.Op(0)["result"].asUInt(), failure.Code_U32);
     EXPECT_EQ(Attempts(run), failure.Attempts_U32);
 }
@@ -156,7 +143,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(WakeUpRetryTest, BusRecoveryThenNextAttemptFreesAStuckI2CBus)
 {
-    const SSimRun run = Probe({"--board", "ZEBX", "--ident", "0x12", "--fault", "i2c-stuck"}, {"wakeup", "3"});
+    const SSimRun run = RunProbe({"--board", "ZEBX", "--ident", "0x12", "--fault", "i2c-stuck"}, {"wakeup", "3"});
     EXPECT_EQ(run.Op(0)["result"].asUInt(), 0u);
     EXPECT_EQ(Attempts(run), 2u);
     EXPECT_EQ(run.Commands(0x90).size(), 2u);
@@ -164,14 +151,14 @@ TEST(WakeUpRetryTest, BusRecoveryThenNextAttemptFreesAStuckI2CBus)
 
 TEST(WakeUpRetryTest, BootstrapWaitSendsTwoHundredAndOneQueriesPerAttempt)
 {
-    const SSimRun run = Probe({"--board", "Q5K", "--fault", "bootstrap-silent", "--speed", "400"}, {"wakeup", "1"});
+    const SSimRun run = RunProbe({"--board", "Q5K", "--fault", "bootstrap-silent", "--speed", "400"}, {"wakeup", "1"});
     EXPECT_EQ(run.Op(0)["result"].asUInt(), 2u);
     EXPECT_EQ(run.Commands(0x01).size(), 201u);
 }
 
 TEST(WakeUpRetryTest, ZeroAttemptsDoNothingAndSucceed)
 {
-    const SSimRun run = Probe({"--board", "Q5K"}, {"wakeup", "0"});
+    const SSimRun run = RunProbe({"--board", "Q5K"}, {"wakeup", "0"});
     EXPECT_EQ(run.Op(0)["result"].asUInt(), 0u);
     EXPECT_TRUE(run.Events("reset").empty());
     EXPECT_TRUE(run.Events("cmd").empty());
@@ -179,7 +166,7 @@ TEST(WakeUpRetryTest, ZeroAttemptsDoNothingAndSucceed)
 
 TEST(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
 {
-    const SSimRun run = Probe({"--board", "Q5K"}, {"wakeup", "1", "i2creset"});
+    const SSimRun run = RunProbe({"--board", "Q5K"}, {"wakeup", "1", "i2creset"});
     ASSERT_EQ(run.Op(0)["result"].asUInt(), 0u);
     std::vector<Json::Value> sequence;
     for (const Json::Value& event : run.Events("cmd"))
@@ -221,7 +208,7 @@ class StuckStatusTest : public ::testing::TestWithParam<const char*>
 TEST_P(StuckStatusTest, IsNeverTakenAndTheCommandTimesOut)
 {
     const SSimRun run =
-        Probe({"--board", "Q5K", "--fault", std::string("status-stuck=") + GetParam()},
+        RunProbe({"--board", "Q5K", "--fault", std::string("status-stuck=") + GetParam()},
               {"reset", "dpram", "10", "exec", "0x01", "300", "0", "0"});
     ASSERT_EQ(run.Op(1)["result"].asUInt(), 1u);
     EXPECT_EQ(run.Op(2)["result"].asUInt(), TIMEOUT);
@@ -235,7 +222,7 @@ INSTANTIATE_TEST_SUITE_P(Statuses, StuckStatusTest, ::testing::Values("0x80", "0
 
 TEST(CommandProtocolTest, EachInterfaceUsesItsOwnMailbox)
 {
-    const SSimRun run = Probe({"--board", "Q5K"}, {"wakeup", "1", "exec", "0x01", "1000", "1", "1", "exec", "0x01",
+    const SSimRun run = RunProbe({"--board", "Q5K"}, {"wakeup", "1", "exec", "0x01", "1000", "1", "1", "exec", "0x01",
                                                   "1000", "2", "0", "exec", "0x01", "1000", "0", "0"});
     const std::vector<Json::Value> queries = run.Commands(0x01);
     ASSERT_GE(queries.size(), 3u);
@@ -251,7 +238,7 @@ TEST(CommandProtocolTest, EachInterfaceUsesItsOwnMailbox)
 
 TEST(I2CServiceTest, EmptyAndOversizedCountsArePostedAsTheirLow16Bits)
 {
-    const SSimRun run = Probe({"--board", "Q5K"}, {"wakeup", "1", "i2c", "0", "0", "i2c-nobuf", "0x10002", "0x10003"});
+    const SSimRun run = RunProbe({"--board", "Q5K"}, {"wakeup", "1", "i2c", "0", "0", "i2c-nobuf", "0x10002", "0x10003"});
     const std::vector<Json::Value> transfers = run.Events("i2c");
     ASSERT_EQ(transfers.size(), 3u); // the wake-up's probe, then ours
     EXPECT_EQ(TraceNumber(transfers[1], "wr"), 0u);
@@ -263,7 +250,7 @@ TEST(I2CServiceTest, EmptyAndOversizedCountsArePostedAsTheirLow16Bits)
 
 TEST(I2CServiceTest, FailedTransferLeavesTheReadBufferAsItWas)
 {
-    const SSimRun run = Probe({"--board", "Q5K", "--fault", "i2c-stuck-hard"}, {"i2c", "2", "4"});
+    const SSimRun run = RunProbe({"--board", "Q5K", "--fault", "i2c-stuck-hard"}, {"i2c", "2", "4"});
     EXPECT_NE(run.Op(0)["result"].asUInt(), 0u);
     EXPECT_EQ(run.Op(0)["read"].asString(), "EEEEEEEE");
 }

@@ -8,16 +8,6 @@ namespace
 {
 const char* const DRIVER_IDENT = "GenlockDriverApi::GenlockDriverApi";
 
-SSimRun Probe(std::vector<std::string> simOptions, const std::vector<std::string>& ops)
-{
-    std::vector<std::string> command = {PROBE_PATH};
-    command.insert(command.end(), ops.begin(), ops.end());
-    simOptions.insert(simOptions.end(), {"--speed", "20"});
-    SSimRun run = RunInSim(simOptions, command);
-    EXPECT_EQ(run.Exit_S32, 0) << run.Stdout_S;
-    return run;
-}
-
 // Lines of the syslog written under the driver family's identity, in order.
 std::vector<std::string> DriverLines(const std::string& syslog)
 {
@@ -52,7 +42,7 @@ bool Contains(const std::vector<std::string>& lines, size_t from, const std::str
 
 TEST(ModuleLoadingTest, MissingNodesOnHostBoardZeroLoadTheModulesAndLogUnderOneIdentity)
 {
-    const SSimRun run = Probe({"--host-board", "0", "--modules-loaded", "no"}, {});
+    const SSimRun run = RunProbe({"--host-board", "0", "--modules-loaded", "no"}, {});
     const Json::Value& startup = run.Output_X["startup"];
     EXPECT_TRUE(startup["kv"].asBool());
     EXPECT_EQ(startup["interfaceStatus"].asInt(), 0);
@@ -72,7 +62,7 @@ TEST(ModuleLoadingTest, MissingNodesOnHostBoardZeroLoadTheModulesAndLogUnderOneI
 
 TEST(ModuleLoadingTest, LoadedModulesAreNotLoadedAgain)
 {
-    const SSimRun run = Probe({"--host-board", "0", "--modules-loaded", "yes"}, {});
+    const SSimRun run = RunProbe({"--host-board", "0", "--modules-loaded", "yes"}, {});
     EXPECT_TRUE(run.Output_X["startup"]["comram"].asBool());
     EXPECT_EQ(run.Syslog_S.find("modprobe"), std::string::npos) << run.Syslog_S;
     EXPECT_NE(run.Syslog_S.find("Exit From ComramDriverApi()"), std::string::npos);
@@ -80,7 +70,7 @@ TEST(ModuleLoadingTest, LoadedModulesAreNotLoadedAgain)
 
 TEST(ModuleLoadingTest, HostBoardOneLoadsNoModuleAndItsHandleReportsNotOpen)
 {
-    const SSimRun run = Probe({"--host-board", "1", "--modules-loaded", "no"}, {"wakeup", "3"});
+    const SSimRun run = RunProbe({"--host-board", "1", "--modules-loaded", "no"}, {"wakeup", "3"});
     const Json::Value& startup = run.Output_X["startup"];
     EXPECT_TRUE(startup["kv"].asBool());
     EXPECT_EQ(startup["comramStatus"].asInt(), 9);
@@ -104,7 +94,7 @@ class HostBoardTest : public ::testing::TestWithParam<SHostCase>
 TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
 {
     const SHostCase& host = GetParam();
-    const SSimRun run = Probe({"--host-board", host.pHostBoard_c, "--board", "Q7K", "--q7k-regs",
+    const SSimRun run = RunProbe({"--host-board", host.pHostBoard_c, "--board", "Q7K", "--q7k-regs",
                                "0xD7,0x11,0x22,0x33"},
                               {"q7kregs", "getters"});
     const Json::Value& startup = run.Output_X["startup"];
@@ -173,7 +163,7 @@ const std::vector<std::string> NO_BOARD_OPS = {"wakeup", "3", "q7kregs", "exec",
 
 TEST(NoDriversTest, EveryCallReportsAStatusAndNothingIsTouched)
 {
-    ExpectNothingReachable(Probe({"--fault", "no-drivers"}, NO_BOARD_OPS));
+    ExpectNothingReachable(RunProbe({"--fault", "no-drivers"}, NO_BOARD_OPS));
 }
 
 TEST(NoDriversTest, ReleaseBinaryPrintsNothingAndExitsZero)

@@ -1,5 +1,8 @@
 #include "SimRun.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
@@ -125,5 +128,18 @@ SSimRun RunBare(const std::vector<std::string>& command)
     const std::string dir = TempDir();
     SSimRun run = Run(command, dir);
     std::system(("rm -rf " + dir).c_str());
+    return run;
+}
+
+SSimRun RunProbe(std::vector<std::string> simOptions, const std::vector<std::string>& ops)
+{
+    std::vector<std::string> command = {PROBE_PATH};
+    command.insert(command.end(), ops.begin(), ops.end());
+    if (std::find(simOptions.begin(), simOptions.end(), "--speed") == simOptions.end())
+    {
+        simOptions.insert(simOptions.end(), {"--speed", "20"});
+    }
+    SSimRun run = RunInSim(simOptions, command);
+    EXPECT_EQ(run.Exit_S32, 0) << run.Stdout_S;
     return run;
 }

@@ -29,5 +29,8 @@ uint32_t TraceNumber(const Json::Value& event, const char* key);
 
 // sarvik-sim OPTIONS... --trace T --syslog S -- PROGRAM ARGS...
 SSimRun RunInSim(const std::vector<std::string>& simOptions, const std::vector<std::string>& command);
+// The probe program under the simulated server (speed 20 unless the options give one); a
+// probe that does not exit with 0 fails the calling test.
+SSimRun RunProbe(std::vector<std::string> simOptions, const std::vector<std::string>& ops);
 // PROGRAM ARGS... straight on this machine, no simulated server.
 SSimRun RunBare(const std::vector<std::string>& command);
