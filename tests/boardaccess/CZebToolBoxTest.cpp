@@ -110,6 +110,13 @@ TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
     EXPECT_GE(run.Op(0)["elapsedMs"].asInt64(), 11500);
 }
 
+TEST(WakeUpQ7KTest, ZeroAttemptsOnAQ7KStillRunThePowerCycle)
+{
+    const SSimRun run = RunProbe({"--board", "Q7K"}, {"--type", "4", "wakeup", "0"});
+    EXPECT_EQ(run.Op(0)["result"].asUInt(), 0u);
+    EXPECT_EQ(run.Events("psu").size(), 2u);
+}
+
 struct SFailureCase
 {
     const char* pName_c;

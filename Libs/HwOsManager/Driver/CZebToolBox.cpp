@@ -112,7 +112,9 @@ uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, ui
         mailbox_U32 = MAILBOX_INTERFACE2;
     }
     volatile uint8_t* pMailbox_U8 = mpCommandZone_U8 + mailbox_U32;
-    timer_O.reset(timeoutMs * 1000u);
+    // Microseconds in 32 bits: longer timeouts are held at the largest that fits, not wrapped.
+    const uint32_t maxMs_U32 = 0xFFFFFFFFu / 1000u;
+    timer_O.reset((timeoutMs < maxMs_U32 ? timeoutMs : maxMs_U32) * 1000u);
     pMailbox_U8[0] = opcode;
     pMailbox_U8[OFFSET_STATUS] = STATUS_PENDING;
     if (interface == 0)
