@@ -69,6 +69,27 @@ LogLines ToolLog(const RunResult& run)
     return lines;
 }
 
+// Trace lines holding every one of the given fragments.
+size_t TraceLines(const std::string& trace, const std::vector<std::string>& fragments)
+{
+    size_t count = 0;
+    size_t start = 0;
+    while (start < trace.size())
+    {
+        size_t end = trace.find('\n', start);
+        end = end == std::string::npos ? trace.size() : end;
+        const std::string line = trace.substr(start, end - start);
+        bool all = true;
+        for (const std::string& fragment : fragments)
+        {
+            all = all && line.find(fragment) != std::string::npos;
+        }
+        count += all ? 1 : 0;
+        start = end + 1;
+    }
+    return count;
+}
+
 // ---------------------------------------------------------------------------------------------
 // Single runs: image, launcher options, command line -> output and the tool's log.
 
@@ -298,7 +319,8 @@ Args UnreadableFaults(const CopyCase& c)
         if (c.copy[copy] == Copy::UNREADABLE)
         {
             faults.push_back("--fault");
-            faults.push_back("page-status=" + std::to_string(CopyAddress(copy) + 19 * PAGE_SIZE) + ":1");
+            // Fails every read of the first run (5 tries, 3 attempts); the repair writes it again.
+            faults.push_back("page-status=" + std::to_string(CopyAddress(copy) + 19 * PAGE_SIZE) + ":1:15");
         }
     }
     return faults;
@@ -378,7 +400,9 @@ TEST_P(CopyRepair, ReadsFirstGoodCopyAndRewritesOneDamagedCopyPerRun)
             EXPECT_EQ(CopyBytes(after, copy), copy == rewritten ? record : CopyBytes(before, copy))
                 << "copy " << copy << (copy == rewritten ? " should be the record" : " should be untouched");
         }
-        EXPECT_TRUE(std::equal(after.begin(), after.begin() + 320, before.begin())) << "older record touched";
+        // The older record's head, below copy 0 (its tail lies inside copy 0).
+        EXPECT_TRUE(std::equal(after.begin(), after.begin() + CopyAddress(0), before.begin()))
+            << "older record touched";
 
         // What the next run finds: a copy rewritten from the older layout has no checksum.
         for (int copy = 0; copy < 3; copy++)
@@ -396,5 +420,123 @@ TEST_P(CopyRepair, ReadsFirstGoodCopyAndRewritesOneDamagedCopyPerRun)
 }
 
 INSTANTIATE_TEST_SUITE_P(Copies, CopyRepair, testing::ValuesIn(AllCopyCases()), CopyCaseName);
+
+// ---------------------------------------------------------------------------------------------
+// Runs whose checks need the image itself.
+
+// Rewrites bytes of the three copies and fixes their checksums, as a unit programmed with them.
+void PatchCopies(const std::string& path, uint32_t offset, const std::vector<uint8_t>& bytes)
+{
+    std::vector<uint8_t> image = CSimRun::ReadBytes(path);
+    ASSERT_GE(image.size(), CopyAddress(2) + RECORD_SIZE);
+    for (uint32_t copy = 0; copy < 3; copy++)
+    {
+        uint8_t* record = &image[CopyAddress(copy)];
+        memcpy(record + offset, bytes.data(), bytes.size());
+        uint32_t sum = 1;
+        for (uint32_t i = 0; i < 1216; i++)
+        {
+            sum += record[i];
+        }
+        for (uint32_t i = 0; i < 4; i++)
+        {
+            record[1216 + i] = static_cast<uint8_t>(sum >> (8 * i));
+        }
+    }
+    FILE* file = fopen(path.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    ASSERT_EQ(fwrite(image.data(), 1, image.size(), file), image.size());
+    fclose(file);
+}
+
+TEST(SerialNumber, NineCharactersRunOnIntoTheFollowingBytesOfTheRecord)
+{
+    CSimRun sim;
+    const std::string image = sim.MakeImage(Unit("123456789", 7));
+    ASSERT_FALSE(image.empty());
+    const RunResult plain = sim.Run({"--speed", SPEED, "--eeprom", image}, {});
+    EXPECT_EQ(plain.out, Text("123456789", "KV5-4U"));
+
+    // The bytes after the field are not text, and nothing in the record ends the serial number.
+    PatchCopies(image, 38, {'R', 'U', 'N', 0});
+    const RunResult runOn = sim.Run({"--speed", SPEED, "--eeprom", image}, {"--json"});
+    EXPECT_EQ(runOn.out, Json("123456789RUN", "KV5-4U"));
+    EXPECT_EQ(ToolLog(runOn), Q5K_OK);
+}
+
+TEST(OlderLayout, OnlyOlderRecordIsConvertedAndCopyZeroRewrittenOnEveryRun)
+{
+    CSimRun sim;
+    const std::string image = sim.MakeImage({"--serial", "SN654321", "--case-type", "9", "--layout", "old"});
+    ASSERT_FALSE(image.empty());
+    const std::vector<uint8_t> original = CSimRun::ReadBytes(image);
+    for (int runIndex = 0; runIndex < 2; runIndex++)
+    {
+        SCOPED_TRACE("run " + std::to_string(runIndex + 1));
+        const RunResult run = sim.Run({"--speed", SPEED, "--eeprom", image}, {"--json"});
+        const std::vector<uint8_t> after = CSimRun::ReadBytes(image);
+        EXPECT_EQ(run.exitStatus, 0);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(ToolLog(run), ReadFailed("Detected Q5K  board", "0x200"));
+        const std::vector<uint8_t> copy0 = CopyBytes(after, 0);
+        EXPECT_EQ(copy0, ConvertedRecord(original));
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(&copy0[29])), "SN654321");
+        EXPECT_EQ(copy0[8], 9);
+        EXPECT_EQ(CopyBytes(after, 1), CopyBytes(original, 1)) << "copy 1 touched";
+        EXPECT_EQ(CopyBytes(after, 2), CopyBytes(original, 2)) << "copy 2 touched";
+    }
+}
+
+TEST(Repair, FailedRewriteReportsTheWriteStatus)
+{
+    CSimRun sim;
+    const std::string image = sim.MakeImage(Unit("SN123456", 7));
+    ASSERT_FALSE(image.empty());
+    // Copy 0's last page answers 1 to reads and writes alike.
+    const std::string fault = "page-status=" + std::to_string(CopyAddress(0) + 19 * PAGE_SIZE) + ":1";
+    const RunResult run = sim.Run({"--speed", SPEED, "--eeprom", image, "--fault", fault}, {});
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(ToolLog(run), ReadFailed("Detected Q5K  board", "0x201"));
+}
+
+// A busy page (status 3 or 4) is taken as read and not retried: its bytes are missing, so that
+// copy fails its checksum and is repaired from the next one.
+TEST(BusyEeprom, BusyPageIsAcceptedUnreadAndTheCopyRepaired)
+{
+    for (int status : {3, 4})
+    {
+        SCOPED_TRACE("status " + std::to_string(status));
+        CSimRun sim;
+        const std::string image = sim.MakeImage(Unit("SN123456", 7));
+        ASSERT_FALSE(image.empty());
+        const std::vector<uint8_t> original = CSimRun::ReadBytes(image);
+        const std::string fault =
+            "page-status=" + std::to_string(CopyAddress(0)) + ":" + std::to_string(status) + ":1";
+        const RunResult run = sim.Run({"--speed", SPEED, "--eeprom", image, "--fault", fault}, {});
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(ToolLog(run), ReadFailed("Detected Q5K  board", "0x200"));
+        EXPECT_EQ(CSimRun::ReadBytes(image), original) << "copy 0 is rewritten with the same record";
+        EXPECT_EQ(TraceLines(run.trace, {"\"ev\":\"i2c\"", "\"wr\":2,", "\"mem\":\"0x0100\""}), 1u)
+            << "the busy page was retried";
+
+        const RunResult next = sim.Run({"--speed", SPEED, "--eeprom", image}, {});
+        EXPECT_EQ(next.out, Text("SN123456", "KV5-4U"));
+    }
+}
+
+TEST(BusyEeprom, UnacknowledgedTransfersArePolledUntilTheEepromAnswers)
+{
+    for (int busy : {1, 9, 25})
+    {
+        SCOPED_TRACE("busy " + std::to_string(busy));
+        CSimRun sim;
+        const std::string image = sim.MakeImage(Unit("SN123456", 7));
+        ASSERT_FALSE(image.empty());
+        const RunResult run = sim.Run(
+            {"--speed", SPEED, "--eeprom", image, "--fault", "eeprom-busy=" + std::to_string(busy)}, {});
+        EXPECT_EQ(run.out, Text("SN123456", "KV5-4U"));
+        EXPECT_EQ(ToolLog(run), Q5K_OK);
+    }
+}
 
 } // namespace
