@@ -59,6 +59,7 @@ public:
     uint64_t i2cByteNs = 25'000;
     uint64_t eepromWriteCycleNs = 5'000'000;
     uint64_t q7kBootDelayNs = 200'000'000;
+    uint64_t uartByteNs = 260'417; // 38400 baud, 10 bits a character
 
 private:
     bool identSet_ = false;
