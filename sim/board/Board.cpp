@@ -23,14 +23,16 @@ Board::Board(const BoardConfig& config, uint8_t* eeprom, TraceSink* trace)
       i2c_(faults_, zone_, bus_, config.commandLatencyNs, trace),
       bootstrap_(config_, faults_, zone_, cpu_, i2c_),
       uart_(config.uartByteNs,
-            [this](uint8_t byte, bool garbled, uint64_t t) {
+            [this](uint8_t byte, bool garbled, uint64_t t)
+            {
                 if (garbled)
                     TraceJson(t, "psu").str("rx", "garbled").emitTo(trace_);
                 else
                     psu_.receive(byte, t);
             }),
-      psu_(PsuController::kAllComponents, [this](uint8_t mask, uint64_t t) { switchComponents(mask, t); },
-           [this](uint8_t byte, uint64_t t) { TraceJson(t, "psu").hex8("rejected", byte).emitTo(trace_); }),
+      psu_(
+          PsuController::kAllComponents, [this](uint8_t mask, uint64_t t) { switchComponents(mask, t); },
+          [this](uint8_t byte, uint64_t t) { TraceJson(t, "psu").hex8("rejected", byte).emitTo(trace_); }),
       regs_(config.q7kRegs, uart_)
 {
     faults_.applyBitFlips(eeprom);
@@ -169,7 +171,9 @@ void Board::take(uint32_t mailbox, uint64_t nowNs)
 
 void Board::switchComponents(uint8_t mask, uint64_t nowNs)
 {
-    TraceJson(nowNs, "psu").hex8("mask", mask).str("state", mask == PsuController::kAllComponents ? "on" : "off")
+    TraceJson(nowNs, "psu")
+        .hex8("mask", mask)
+        .str("state", mask == PsuController::kAllComponents ? "on" : "off")
         .emitTo(trace_);
     if (!q7k())
         return;
@@ -218,7 +222,8 @@ void Board::comramWrite(uint32_t offset, uint8_t value, uint64_t nowNs)
         if (q7k() ? zone_.get(CommandZone::kStatus) == kPending : value != 0)
             take(CommandZone::kOpcode, nowNs);
     }
-    else if ((offset == CommandZone::kMailbox1 + 1 || offset == CommandZone::kMailbox2 + 1) && value == kPending)
+    else if ((offset == CommandZone::kMailbox1 + 1 || offset == CommandZone::kMailbox2 + 1) &&
+             value == kPending)
         take(offset - 1, nowNs);
 }
 

@@ -89,7 +89,8 @@ bool BoardConfig::apply(const std::string& key, const std::string& value, std::s
     if (key == "q7k-regs")
     {
         if (!parseByteList(value, q7kRegs, 4))
-            return fail(error, "q7k-regs: expected four bytes, e.g. 0xD1,0x02,0x34,0x05, got '" + value + "'");
+            return fail(error,
+                        "q7k-regs: expected four bytes, e.g. 0xD1,0x02,0x34,0x05, got '" + value + "'");
         return true;
     }
     if (key == "fault")
@@ -112,6 +113,9 @@ bool BoardConfig::apply(const std::string& key, const std::string& value, std::s
     return fail(error, "unknown board option '" + key + "'");
 }
 
-std::vector<std::string> faultNames() { return FaultPlan::descriptions(); }
+std::vector<std::string> faultNames()
+{
+    return FaultPlan::descriptions();
+}
 
 } // namespace sim

@@ -16,7 +16,10 @@ bool Bootstrap::needsWakeupStep() const
     return config_.model == BoardModel::Zebx || config_.model == BoardModel::Q5k;
 }
 
-void Bootstrap::reset() { i2cEnabled_ = !needsWakeupStep(); }
+void Bootstrap::reset()
+{
+    i2cEnabled_ = !needsWakeupStep();
+}
 
 CommandResult Bootstrap::memoryWrite(int width, TraceJson& line)
 {
@@ -63,7 +66,8 @@ CommandResult Bootstrap::execute(uint8_t opcode, uint64_t nowNs, bool microCode,
     case 0x03:
         if ((result.status = faults_.versionFailStatus()) == 0)
         {
-            result.answer = {{CommandZone::kAddress, config_.version[0]}, {CommandZone::kFlag, config_.version[1]}};
+            result.answer = {{CommandZone::kAddress, config_.version[0]},
+                             {CommandZone::kFlag, config_.version[1]}};
             line.hex8("version", config_.version[0]).hex8("version2", config_.version[1]);
         }
         return result;

@@ -17,8 +17,7 @@ bool ColdFireBus::decodes(uint32_t address) const
 {
     if (address - kRamBase < kRamSize)
         return true;
-    return address == kPodr || address == kPddr || address == kPpdsdr || address == kPclrr || address == kPar ||
-           address == kPar + 1;
+    return address - kMbar < kMbarSize;
 }
 
 uint8_t ColdFireBus::readByte(uint32_t address) const

@@ -16,11 +16,15 @@ class ColdFireBus
 public:
     static constexpr uint32_t kRamBase = 0x00000000;
     static constexpr uint32_t kRamSize = 0x10000;
-    static constexpr uint32_t kPodr = 0xF0000A08;  // port output data
-    static constexpr uint32_t kPddr = 0xF0000A18;  // port data direction
+    // The internal peripheral block: registers the model does not implement read as zero and
+    // ignore writes, as on the processor; anything outside RAM and this block is a bus error.
+    static constexpr uint32_t kMbar = 0xF0000000;
+    static constexpr uint32_t kMbarSize = 0x40000;
+    static constexpr uint32_t kPodr = 0xF0000A08;   // port output data
+    static constexpr uint32_t kPddr = 0xF0000A18;   // port data direction
     static constexpr uint32_t kPpdsdr = 0xF0000A28; // port set (write) / pin data (read)
-    static constexpr uint32_t kPclrr = 0xF0000A38; // port clear
-    static constexpr uint32_t kPar = 0xF0000A44;   // FEC/I2C/IRQ pin assignment, 16 bit
+    static constexpr uint32_t kPclrr = 0xF0000A38;  // port clear
+    static constexpr uint32_t kPar = 0xF0000A44;    // FEC/I2C/IRQ pin assignment, 16 bit
     static constexpr uint16_t kParI2cScl = 0x0004;
     static constexpr uint8_t kBusError = 0x09;
 

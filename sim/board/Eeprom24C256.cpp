@@ -5,7 +5,8 @@
 namespace sim
 {
 
-Eeprom24C256::Eeprom24C256(uint8_t* memory, uint64_t writeCycleNs) : memory_(memory), writeCycleNs_(writeCycleNs)
+Eeprom24C256::Eeprom24C256(uint8_t* memory, uint64_t writeCycleNs)
+    : memory_(memory), writeCycleNs_(writeCycleNs)
 {
 }
 

@@ -7,7 +7,10 @@
 namespace sim
 {
 
-EepromImage::EepromImage(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)) { bytes_.resize(kSize, 0xFF); }
+EepromImage::EepromImage(std::vector<uint8_t> bytes) : bytes_(std::move(bytes))
+{
+    bytes_.resize(kSize, 0xFF);
+}
 
 bool EepromImage::parseState(const std::string& text, State* out)
 {
@@ -92,7 +95,8 @@ namespace
 std::string fields(const IdentityRecord& r)
 {
     char line[200];
-    std::snprintf(line, sizeof line, "  serial \"%s\" case-type %u user-name \"%s\" hardware-id 0x%08X psu-type %u\n",
+    std::snprintf(line, sizeof line,
+                  "  serial \"%s\" case-type %u user-name \"%s\" hardware-id 0x%08X psu-type %u\n",
                   r.serial.c_str(), static_cast<unsigned>(r.caseType), r.userName.c_str(),
                   static_cast<unsigned>(r.hardwareId), static_cast<unsigned>(r.psuType));
     return line;

@@ -38,7 +38,10 @@ public:
 
     State copyState(uint32_t copy) const;
     State oldState() const;
-    IdentityRecord copy(uint32_t copy) const { return IdentityRecord::decode(at(IdentityRecord::copyAddress(copy))); }
+    IdentityRecord copy(uint32_t copy) const
+    {
+        return IdentityRecord::decode(at(IdentityRecord::copyAddress(copy)));
+    }
     IdentityRecord old() const { return IdentityRecord::decodeOld(at(0)); }
 
     // Human-readable fields and checksum state of every copy and of the older record.

@@ -32,7 +32,8 @@ const FaultInfo kFaults[] = {
     {"ucode-refuse", "", 0, 0, "the micro-code answers every EEPROM transaction with 0x7F"},
     {"ucode-timeout", "", 0, 0, "the micro-code takes commands and never answers them"},
     {"eeprom-busy", "N", 1, 1, "the EEPROM does not acknowledge the next N transactions"},
-    {"page-status", "ADDR:STATUS[:COUNT]", 2, 3, "transfers touching the page of ADDR answer STATUS (COUNT times)"},
+    {"page-status", "ADDR:STATUS[:COUNT]", 2, 3,
+     "transfers touching the page of ADDR answer STATUS (COUNT times)"},
     {"bitflip", "COPY[:N]", 1, 2, "N seeded bit flips (default 1) in record copy 0|1|2|old"},
     {"power-cut", "N", 1, 1, "after N accepted page writes the EEPROM stops changing"},
     {"status-stuck", "0x80|0xFF", 1, 1, "every status the board writes reads as 0x80 or 0xFF"},
@@ -65,7 +66,8 @@ bool isFailureStatus(uint32_t status)
 
 bool checkArgs(const FaultSpec& spec, std::string* error)
 {
-    auto fail = [&](const std::string& why) {
+    auto fail = [&](const std::string& why)
+    {
         if (error)
             *error = "fault " + spec.name + ": " + why;
         return false;
@@ -126,7 +128,8 @@ bool FaultPlan::parse(const std::string& text, FaultSpec* out, std::string* erro
     if (spec.args.size() < info->minArgs || spec.args.size() > info->maxArgs)
     {
         if (error)
-            *error = "fault " + spec.name + (info->maxArgs ? " takes " + std::string(info->args) : " takes no argument");
+            *error = "fault " + spec.name +
+                     (info->maxArgs ? " takes " + std::string(info->args) : " takes no argument");
         return false;
     }
     if (!checkArgs(spec, error))
@@ -223,10 +226,10 @@ void FaultPlan::applyBitFlips(uint8_t* eeprom)
         uint8_t* base = old ? eeprom : eeprom + IdentityRecord::copyAddress(flip.copy);
         // Flipping into a record that is already damaged would undo earlier flips of the same
         // seed on a persistent image; a damaged copy stays as it is.
-        const uint32_t span = old ? IdentityRecord::kOldIntegrityOffset + 1 : IdentityRecord::kChecksumOffset + 4;
-        auto intact = [&] {
-            return old ? IdentityRecord::oldIntegrityHolds(base) : IdentityRecord::checksumHolds(base);
-        };
+        const uint32_t span =
+            old ? IdentityRecord::kOldIntegrityOffset + 1 : IdentityRecord::kChecksumOffset + 4;
+        auto intact = [&]
+        { return old ? IdentityRecord::oldIntegrityHolds(base) : IdentityRecord::checksumHolds(base); };
         if (!intact())
             continue;
         // Flips may cancel out in the sum; keep flipping until the damage shows.

@@ -13,7 +13,8 @@ uint8_t I2cBus::transfer(uint8_t address, const std::vector<uint8_t>& out, uint3
                          std::vector<uint8_t>* in, uint64_t nowNs, uint64_t* durationNs)
 {
     uint64_t t = nowNs;
-    auto finish = [&](uint8_t status) {
+    auto finish = [&](uint8_t status)
+    {
         *durationNs = t - nowNs;
         return status;
     };

@@ -30,8 +30,8 @@ public:
 
     // One write-then-read transaction starting at nowNs; an empty one only addresses the device.
     // The duration on the wire is returned in *durationNs.
-    uint8_t transfer(uint8_t address, const std::vector<uint8_t>& out, uint32_t readCount, std::vector<uint8_t>* in,
-                     uint64_t nowNs, uint64_t* durationNs);
+    uint8_t transfer(uint8_t address, const std::vector<uint8_t>& out, uint32_t readCount,
+                     std::vector<uint8_t>* in, uint64_t nowNs, uint64_t* durationNs);
 
     // The level the GPIO port drives on SCL; rising edges clock a stuck device. True when this
     // edge freed the bus.

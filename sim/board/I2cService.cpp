@@ -22,7 +22,8 @@ CommandResult I2cService::execute(uint64_t nowNs, bool microCode)
 
     TraceJson line(nowNs, "i2c");
     line.hex8("dev", device).num("wr", writeCount).num("rd", readCount);
-    auto done = [&](uint8_t status) {
+    auto done = [&](uint8_t status)
+    {
         result.status = status;
         line.hex8("status", status).emitTo(trace_);
         return result;

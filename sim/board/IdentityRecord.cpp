@@ -46,7 +46,10 @@ uint32_t IdentityRecord::checksum(const uint8_t* record)
     return sum;
 }
 
-uint32_t IdentityRecord::storedChecksum(const uint8_t* record) { return getLe(record + kChecksumOffset, 4); }
+uint32_t IdentityRecord::storedChecksum(const uint8_t* record)
+{
+    return getLe(record + kChecksumOffset, 4);
+}
 
 uint8_t IdentityRecord::oldIntegrity(const uint8_t* oldRecord)
 {

@@ -52,7 +52,8 @@ int ImageCommand::make(const std::vector<std::string>& args)
 {
     IdentityRecord record = SampleUnit::record();
     std::string layout = "current";
-    EepromImage::State copies[3] = {EepromImage::State::Good, EepromImage::State::Good, EepromImage::State::Good};
+    EepromImage::State copies[3] = {EepromImage::State::Good, EepromImage::State::Good,
+                                    EepromImage::State::Good};
     std::string old;
     for (size_t i = 1; i < args.size(); i += 2)
     {
@@ -103,7 +104,8 @@ int ImageCommand::make(const std::vector<std::string>& args)
     EepromImage::parseState(old, &oldState);
     if (oldState != EepromImage::State::Erased)
         image.writeOld(record, oldState);
-    out_.write(reinterpret_cast<const char*>(image.bytes().data()), static_cast<std::streamsize>(image.bytes().size()));
+    out_.write(reinterpret_cast<const char*>(image.bytes().data()),
+               static_cast<std::streamsize>(image.bytes().size()));
     return out_ ? 0 : 1;
 }
 
@@ -120,8 +122,8 @@ int ImageCommand::show(const std::vector<std::string>& args)
     std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     if (bytes.size() != EepromImage::kSize)
     {
-        err_ << "sarvik-sim image: " << args[1] << " holds " << bytes.size() << " bytes, not " << EepromImage::kSize
-             << "\n";
+        err_ << "sarvik-sim image: " << args[1] << " holds " << bytes.size() << " bytes, not "
+             << EepromImage::kSize << "\n";
         return 1;
     }
     out_ << EepromImage(std::move(bytes)).describe();

@@ -28,6 +28,9 @@ std::vector<uint8_t> SampleUnit::image()
     return image.bytes();
 }
 
-std::vector<uint8_t> sampleEepromImage() { return SampleUnit::image(); }
+std::vector<uint8_t> sampleEepromImage()
+{
+    return SampleUnit::image();
+}
 
 } // namespace sim

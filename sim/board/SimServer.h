@@ -81,7 +81,8 @@ public:
     static constexpr uint32_t kComramSize = 0x8000;
     static constexpr uint32_t kEepromSize = 0x8000;
 
-    SimServer(const BoardConfig& config, uint8_t* eeprom /* kEepromSize bytes, persistent, owned by the caller */,
+    SimServer(const BoardConfig& config,
+              uint8_t* eeprom /* kEepromSize bytes, persistent, owned by the caller */,
               TraceSink* trace /* may be null */);
     ~SimServer();
     SimServer(const SimServer&) = delete;

@@ -10,8 +10,10 @@ TEST(BoardConfig, ModelBringsItsIdentificationUnlessOneIsGiven)
         sim::BoardModel model;
         uint8_t ident;
         uint8_t version0;
-    } cases[] = {{"ZEBX", sim::BoardModel::Zebx, 0x12, 0x03},   {"Q5K", sim::BoardModel::Q5k, 0xB2, 0x03},
-                 {"Q5KP", sim::BoardModel::Q5kp, 0xC5, 0x03},   {"Q5KP-V", sim::BoardModel::Q5kpVariant, 0xC5, 0x0B},
+    } cases[] = {{"ZEBX", sim::BoardModel::Zebx, 0x12, 0x03},
+                 {"Q5K", sim::BoardModel::Q5k, 0xB2, 0x03},
+                 {"Q5KP", sim::BoardModel::Q5kp, 0xC5, 0x03},
+                 {"Q5KP-V", sim::BoardModel::Q5kpVariant, 0xC5, 0x0B},
                  {"Q7K", sim::BoardModel::Q7k, 0xD1, 0x03}};
     for (const auto& c : cases)
     {
@@ -46,14 +48,15 @@ TEST(BoardConfig, ParsesByteListsAndSeed)
 TEST(BoardConfig, RejectsUnknownKeysAndBadValuesWithAText)
 {
     const std::pair<const char*, const char*> bad[] = {
-        {"board", "Q9K"},          {"ident", "0x100"},  {"ident", "1,2"},     {"version", "0x03"},
-        {"version", "1,2,3"},      {"q7k-regs", "1,2,3"}, {"seed", "-1"},     {"seed", "abc"},
+        {"board", "Q9K"},           {"ident", "0x100"},    {"ident", "1,2"}, {"version", "0x03"},
+        {"version", "1,2,3"},       {"q7k-regs", "1,2,3"}, {"seed", "-1"},   {"seed", "abc"},
         {"fault", "no-such-fault"}, {"speed", "20"}};
     for (const auto& option : bad)
     {
         sim::BoardConfig config;
         std::string error;
-        EXPECT_FALSE(config.apply(option.first, option.second, &error)) << option.first << "=" << option.second;
+        EXPECT_FALSE(config.apply(option.first, option.second, &error))
+            << option.first << "=" << option.second;
         EXPECT_FALSE(error.empty()) << option.first;
     }
 }

@@ -40,17 +40,20 @@ TEST_P(BootstrapModels, I2cPathNeedsTheWakeupStepOnlyOnZebxAndQ5k)
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, BootstrapModels,
-                         ::testing::Values(ModelCase{"ZEBX", 0x12, 0x03, true}, ModelCase{"Q5K", 0xB2, 0x03, true},
+                         ::testing::Values(ModelCase{"ZEBX", 0x12, 0x03, true},
+                                           ModelCase{"Q5K", 0xB2, 0x03, true},
                                            ModelCase{"Q5KP", 0xC5, 0x03, false},
                                            ModelCase{"Q5KP-V", 0xC5, 0x0B, false}),
-                         [](const auto& info) {
+                         [](const auto& info)
+                         {
                              std::string name = info.param.board;
                              return name == "Q5KP-V" ? std::string("Q5KPV") : name;
                          });
 
 TEST(Bootstrap, ConfiguredIdentificationAndVersionWin)
 {
-    MailboxDriver host(MailboxDriver::config({{"ident", "0x44"}, {"board", "Q5K"}, {"version", "0x21,0x43"}}));
+    MailboxDriver host(
+        MailboxDriver::config({{"ident", "0x44"}, {"board", "Q5K"}, {"version", "0x21,0x43"}}));
     ASSERT_TRUE(host.wake());
     ASSERT_EQ(0, host.command(0x05));
     EXPECT_EQ(0x44u, host.read(0x0004));

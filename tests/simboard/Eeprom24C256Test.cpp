@@ -94,5 +94,5 @@ TEST(Eeprom24C256, ReadAfterAnEmptyPollContinuesAtTheCurrentAddress)
     ASSERT_EQ(0, host.eepromRead(256 + 29, 2, &data));
     data.clear();
     ASSERT_EQ(0, host.transfer(0xA4, {}, 3, &data));
-    EXPECT_EQ("012", std::string(data.begin(), data.end()));
+    EXPECT_EQ("001", std::string(data.begin(), data.end()));
 }

@@ -50,25 +50,25 @@ TEST_P(FaultEffects, ShowInTheWakeupAndTheFirstRead)
 
 INSTANTIATE_TEST_SUITE_P(
     Faults, FaultEffects,
-    ::testing::Values(FaultCase{"", "Q5K", 0, 0}, FaultCase{"", "ZEBX", 0, 0}, FaultCase{"", "Q5KP", 0, 0},
-                      FaultCase{"reset-stuck", "Q5K", 1, kNotRead}, FaultCase{"ram-check-fail", "Q5K", 1, kNotRead},
-                      FaultCase{"bootstrap-silent", "Q5K", 2, kNotRead},
-                      FaultCase{"ident-fail=0x21", "Q5K", 3, kNotRead},
-                      FaultCase{"version-fail=0x22", "Q5KP", 4, kNotRead},
-                      FaultCase{"version-fail=0x22", "ZEBX", 4, kNotRead},
-                      FaultCase{"wakeup-step-fail=0x23", "Q5K", 5, kNotRead},
-                      FaultCase{"wakeup-step-fail=0x23", "Q5KP", 0, 0}, FaultCase{"i2c-stuck", "Q5K", 0, 0},
-                      FaultCase{"i2c-stuck-hard", "ZEBX", 6, kNotRead}, FaultCase{"ucode-absent", "Q5K", 0, kTimedOut},
-                      FaultCase{"ucode-refuse", "Q5KP", 0, 0x7F}, FaultCase{"ucode-timeout", "Q5K", 0, kTimedOut},
-                      FaultCase{"status-stuck=0x80", "Q5K", 2, kNotRead},
-                      FaultCase{"status-stuck=0xFF", "Q5KP", 2, kNotRead}, FaultCase{"eeprom-busy=1", "Q5K", 0, 2},
-                      FaultCase{"page-status=0x0120:0x05", "Q5K", 0, 5},
-                      FaultCase{"page-status=0x0180:0x05", "Q5K", 0, 0}),
+    ::testing::Values(
+        FaultCase{"", "Q5K", 0, 0}, FaultCase{"", "ZEBX", 0, 0}, FaultCase{"", "Q5KP", 0, 0},
+        FaultCase{"reset-stuck", "Q5K", 1, kNotRead}, FaultCase{"ram-check-fail", "Q5K", 1, kNotRead},
+        FaultCase{"bootstrap-silent", "Q5K", 2, kNotRead}, FaultCase{"ident-fail=0x21", "Q5K", 3, kNotRead},
+        FaultCase{"version-fail=0x22", "Q5KP", 4, kNotRead},
+        FaultCase{"version-fail=0x22", "ZEBX", 4, kNotRead},
+        FaultCase{"wakeup-step-fail=0x23", "Q5K", 5, kNotRead},
+        FaultCase{"wakeup-step-fail=0x23", "Q5KP", 0, 0}, FaultCase{"i2c-stuck", "Q5K", 6, kNotRead},
+        FaultCase{"i2c-stuck-hard", "ZEBX", 6, kNotRead}, FaultCase{"ucode-absent", "Q5K", 0, kTimedOut},
+        FaultCase{"ucode-refuse", "Q5KP", 0, 0x7F}, FaultCase{"ucode-timeout", "Q5K", 0, kTimedOut},
+        FaultCase{"status-stuck=0x80", "Q5K", 2, kNotRead},
+        FaultCase{"status-stuck=0xFF", "Q5KP", 2, kNotRead}, FaultCase{"eeprom-busy=1", "Q5K", 0, 2},
+        FaultCase{"page-status=0x0120:0x05", "Q5K", 0, 5}, FaultCase{"page-status=0x0180:0x05", "Q5K", 0, 0}),
     caseName);
 
-TEST(FaultPlan, StuckBusIsFreedByTheRetryOfTheWakeup)
+TEST(FaultPlan, StuckBusIsFreedByTheRetryWhenTheResetReachesThePin)
 {
     MailboxDriver host(MailboxDriver::config({{"fault", "i2c-stuck"}}));
+    host.bsMailbox = 0x2F24;
     EXPECT_EQ(0, host.boardWakeUp(3));
     EXPECT_EQ(2u, host.trace.matching({"\"ev\":\"i2c\"", "\"dev\":\"0xA2\""}).size());
     EXPECT_EQ(1u, host.trace.matching({"\"bus\":\"freed\""}).size());
@@ -116,8 +116,8 @@ TEST(FaultPlan, BitFlipsDamageOnlyTheNamedRecord)
     {
         MailboxDriver host(MailboxDriver::config({{"fault", c.fault}}));
         for (uint32_t copy = 0; copy < 3; ++copy)
-            EXPECT_EQ(c.copyGood[copy],
-                      sim::IdentityRecord::checksumHolds(host.eeprom.data() + sim::IdentityRecord::copyAddress(copy)))
+            EXPECT_EQ(c.copyGood[copy], sim::IdentityRecord::checksumHolds(
+                                            host.eeprom.data() + sim::IdentityRecord::copyAddress(copy)))
                 << c.fault << " copy " << copy;
         EXPECT_EQ(c.oldGood, sim::IdentityRecord::oldIntegrityHolds(host.eeprom.data())) << c.fault;
     }
@@ -138,9 +138,11 @@ TEST(FaultPlan, SameSeedOnADamagedImageDoesNotRepairIt)
 
 TEST(FaultPlan, SeedDecidesWhereBitsFlip)
 {
-    auto damage = [](const char* seed) {
+    auto damage = [](const char* seed)
+    {
         std::vector<uint8_t> image = sim::sampleEepromImage();
-        sim::SimServer server(MailboxDriver::config({{"fault", "bitflip=0:4"}, {"seed", seed}}), image.data(), nullptr);
+        sim::SimServer server(MailboxDriver::config({{"fault", "bitflip=0:4"}, {"seed", seed}}), image.data(),
+                              nullptr);
         return image;
     };
     EXPECT_EQ(damage("7"), damage("7"));
@@ -149,9 +151,9 @@ TEST(FaultPlan, SeedDecidesWhereBitsFlip)
 
 TEST(FaultPlan, ParseRejectsUnknownNamesAndBadArguments)
 {
-    const char* bad[] = {"no-such-fault", "ident-fail",         "ident-fail=0x80", "ident-fail=0",
-                         "eeprom-busy=x", "page-status=0x100",  "bitflip=4",       "bitflip=old:0",
-                         "status-stuck=0x7F", "reset-stuck=1", "page-status=0x8000:5"};
+    const char* bad[] = {"no-such-fault",     "ident-fail",        "ident-fail=0x80",     "ident-fail=0",
+                         "eeprom-busy=x",     "page-status=0x100", "bitflip=4",           "bitflip=old:0",
+                         "status-stuck=0x7F", "reset-stuck=1",     "page-status=0x8000:5"};
     for (const char* text : bad)
     {
         sim::FaultSpec spec;
@@ -164,10 +166,10 @@ TEST(FaultPlan, ParseRejectsUnknownNamesAndBadArguments)
 TEST(FaultPlan, EveryFaultIsListedForHelp)
 {
     const std::vector<std::string> names = sim::faultNames();
-    for (const char* name : {"reset-stuck", "ram-check-fail", "bootstrap-silent", "ident-fail=", "version-fail=",
-                             "wakeup-step-fail=", "i2c-stuck ", "i2c-stuck-hard", "ucode-absent", "ucode-refuse",
-                             "ucode-timeout", "eeprom-busy=", "page-status=", "bitflip=", "power-cut=",
-                             "status-stuck="})
+    for (const char* name : {"reset-stuck", "ram-check-fail", "bootstrap-silent",
+                             "ident-fail=", "version-fail=", "wakeup-step-fail=", "i2c-stuck ",
+                             "i2c-stuck-hard", "ucode-absent", "ucode-refuse", "ucode-timeout",
+                             "eeprom-busy=", "page-status=", "bitflip=", "power-cut=", "status-stuck="})
     {
         bool found = false;
         for (const std::string& line : names)

@@ -23,6 +23,7 @@ TEST(I2cBus, StuckBusFailsTransfersUntilTenPulsesFreeIt)
         sim::BoardConfig config = MailboxDriver::config({{"fault", "i2c-stuck"}});
         config.seed = seed;
         MailboxDriver host(config);
+        host.bsMailbox = 0x2F24;
         ASSERT_TRUE(host.wake());
         ASSERT_EQ(0, host.command(0x92));
         EXPECT_EQ(0x03, probe(host)) << "seed " << seed;
@@ -35,6 +36,7 @@ TEST(I2cBus, StuckBusFailsTransfersUntilTenPulsesFreeIt)
 TEST(I2cBus, PulsesWhileThePinBelongsToTheControllerDoNotFreeIt)
 {
     MailboxDriver host(MailboxDriver::config({{"fault", "i2c-stuck"}}));
+    host.bsMailbox = 0x2F24;
     ASSERT_TRUE(host.wake());
     ASSERT_EQ(0, host.command(0x92));
     ASSERT_EQ(0, host.bsWrite(0x80, 0xF0000A18, 0x01));
@@ -55,9 +57,19 @@ TEST(I2cBus, BoardResetDoesNotFreeTheStuckDevice)
     EXPECT_EQ(0x03, probe(host));
 }
 
+TEST(I2cBus, ToolboxBusResetOnInterfaceZeroMissesThePinAndLeavesTheBusStuck)
+{
+    MailboxDriver host(MailboxDriver::config({{"fault", "i2c-stuck"}}));
+    ASSERT_TRUE(host.wake());
+    ASSERT_EQ(0, host.command(0x92));
+    host.busReset();
+    EXPECT_EQ(0x03, probe(host));
+}
+
 TEST(I2cBus, HardStuckBusStaysStuckAfterBusReset)
 {
     MailboxDriver host(MailboxDriver::config({{"fault", "i2c-stuck-hard"}}));
+    host.bsMailbox = 0x2F24;
     ASSERT_TRUE(host.wake());
     ASSERT_EQ(0, host.command(0x92));
     host.busReset();

@@ -57,7 +57,7 @@ TEST(I2cService, TransactionIsTracedWithDeviceCountsAndMemoryAddress)
     std::vector<uint8_t> data;
     ASSERT_EQ(0, host.eepromRead(0x2B40, 64, &data));
     EXPECT_EQ(1u, host.trace
-                      .matching({"\"ev\":\"i2c\"", "\"dev\":\"0xA4\"", "\"wr\":2", "\"rd\":64", "\"mem\":\"0x2B40\"",
-                                 "\"status\":\"0x00\""})
+                      .matching({"\"ev\":\"i2c\"", "\"dev\":\"0xA4\"", "\"wr\":2", "\"rd\":64",
+                                 "\"mem\":\"0x2B40\"", "\"status\":\"0x00\""})
                       .size());
 }

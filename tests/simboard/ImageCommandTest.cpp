@@ -1,5 +1,5 @@
-#include "EepromImage.h"
 #include "ImageCommand.h"
+#include "EepromImage.h"
 
 #include <cstdio>
 #include <fstream>
@@ -35,8 +35,8 @@ std::string tempFile(const std::string& bytes)
 
 TEST(ImageCommand, MakeWritesTheAskedStatesAndFields)
 {
-    const Outcome made = run({"make", "--serial", "QA0000042", "--case-type", "9", "--copies", "good,bad-checksum,erased",
-                          "--user-name", "Lab", "--hardware-id", "0x1234"});
+    const Outcome made = run({"make", "--serial", "QA0000042", "--case-type", "9", "--copies",
+                              "good,bad-checksum,erased", "--user-name", "Lab", "--hardware-id", "0x1234"});
     ASSERT_EQ(0, made.status) << made.err;
     const sim::EepromImage image(std::vector<uint8_t>(made.out.begin(), made.out.end()));
     ASSERT_EQ(32768u, made.out.size());
@@ -66,8 +66,8 @@ TEST(ImageCommand, OldLayoutOnlyLeavesTheCopiesErased)
 
 TEST(ImageCommand, ShowReportsEveryRecordOfAMadeImage)
 {
-    const Outcome made = run({"make", "--serial", "KV7654321", "--case-type", "7", "--layout", "both", "--copies",
-                          "bad-checksum,good,good", "--old", "bad"});
+    const Outcome made = run({"make", "--serial", "KV7654321", "--case-type", "7", "--layout", "both",
+                              "--copies", "bad-checksum,good,good", "--old", "bad"});
     ASSERT_EQ(0, made.status);
     const Outcome shown = run({"show", tempFile(made.out)});
     ASSERT_EQ(0, shown.status) << shown.err;

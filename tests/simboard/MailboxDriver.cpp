@@ -145,13 +145,13 @@ int MailboxDriver::bsWrite(uint8_t opcode, uint32_t address, uint32_t value)
 {
     writeLe(0x0002, address, 4);
     writeLe(0x0006, value, opcode == 0x80 ? 1 : opcode == 0x81 ? 2 : 4);
-    return command(opcode);
+    return command(opcode, bsMailbox);
 }
 
 int MailboxDriver::bsRead(uint8_t opcode, uint32_t address, uint32_t* value)
 {
     writeLe(0x0002, address, 4);
-    const int status = command(opcode);
+    const int status = command(opcode, bsMailbox);
     *value = readLe(0x0006, opcode == 0x86 ? 1 : opcode == 0x87 ? 2 : 4);
     return status;
 }

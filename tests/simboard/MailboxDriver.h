@@ -51,14 +51,17 @@ public:
 
     // Posts a command and polls its status every 100 µs; the status, or kTimedOut.
     int command(uint8_t opcode, uint32_t mailbox = 0, uint64_t timeoutNs = 1000 * kMs);
+    // Bootstrap memory commands go to this mailbox; the toolbox uses interface 0, whose flag
+    // byte at 0x0003 is the second byte of the address.
+    uint32_t bsMailbox = 0;
     int bsWrite(uint8_t opcode, uint32_t address, uint32_t value);
     int bsRead(uint8_t opcode, uint32_t address, uint32_t* value);
     // The toolbox's bus recovery: 3 bootstrap reads and 23 writes.
     void busReset();
 
     // The EEPROM driver's request: device, checksum flag, counts, data; answers the status.
-    int transfer(uint8_t device, const std::vector<uint8_t>& out, uint16_t readCount, std::vector<uint8_t>* in,
-                 bool checksum = false);
+    int transfer(uint8_t device, const std::vector<uint8_t>& out, uint16_t readCount,
+                 std::vector<uint8_t>* in, bool checksum = false);
     int eepromRead(uint16_t address, uint16_t count, std::vector<uint8_t>* data);
     int eepromWrite(uint16_t address, const std::vector<uint8_t>& data);
 

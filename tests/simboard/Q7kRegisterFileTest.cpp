@@ -29,6 +29,7 @@ TEST(Q7kRegisterFile, IndexPortReadsBackAndAccessesAreTraced)
     EXPECT_EQ(2u, host.server.portRead(0x351, host.now));
     host.server.portRead(0x350, host.now);
     EXPECT_EQ(1u, host.trace.matching({"\"port\":\"0x351\"", "\"value\":\"0x02\"", "\"dir\":\"w\""}).size());
-    EXPECT_EQ(1u, host.trace.matching({"\"port\":\"0x350\"", "\"index\":2", "\"value\":\"0x34\"", "\"dir\":\"r\""})
-                      .size());
+    EXPECT_EQ(
+        1u, host.trace.matching({"\"port\":\"0x350\"", "\"index\":2", "\"value\":\"0x34\"", "\"dir\":\"r\""})
+                .size());
 }

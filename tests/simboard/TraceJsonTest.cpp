@@ -1,5 +1,5 @@
-#include "SimServer.h"
 #include "TraceJson.h"
+#include "SimServer.h"
 
 #include <gtest/gtest.h>
 
@@ -17,8 +17,14 @@ struct Last : sim::TraceSink
 TEST(TraceJson, FieldsFollowTheTimeInOrder)
 {
     Last sink;
-    sim::TraceJson(1234567, "cmd").hex("mbx", 0x2F24, 4).hex8("op", 0x86).num("wr", 2).null("status").emitTo(&sink);
-    EXPECT_EQ("{\"t_us\":1234,\"ev\":\"cmd\",\"mbx\":\"0x2F24\",\"op\":\"0x86\",\"wr\":2,\"status\":null}", sink.text);
+    sim::TraceJson(1234567, "cmd")
+        .hex("mbx", 0x2F24, 4)
+        .hex8("op", 0x86)
+        .num("wr", 2)
+        .null("status")
+        .emitTo(&sink);
+    EXPECT_EQ("{\"t_us\":1234,\"ev\":\"cmd\",\"mbx\":\"0x2F24\",\"op\":\"0x86\",\"wr\":2,\"status\":null}",
+              sink.text);
 }
 
 TEST(TraceJson, StringsAreEscaped)
