@@ -33,7 +33,12 @@ constexpr uint32_t kComramOffset = 0x100000;
 constexpr uint32_t kIoAreaOffset = 0;
 constexpr uint32_t kIoAreaPorts = 0x400;
 
-bool hasMode(int flags) { return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE; }
+// open's third argument exists only when the call may create a file.
+mode_t modeArgument(int flags, va_list args)
+{
+    const bool creates = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+    return creates ? va_arg(args, mode_t) : 0;
+}
 
 Interposer* runInterposer()
 {
@@ -158,27 +163,19 @@ extern "C"
 
 int open(const char* path, int flags, ...)
 {
-    mode_t mode = 0;
-    if (hasMode(flags))
-    {
-        va_list args;
-        va_start(args, flags);
-        mode = va_arg(args, mode_t);
-        va_end(args);
-    }
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = modeArgument(flags, args);
+    va_end(args);
     return openPath(AT_FDCWD, path, flags, mode);
 }
 
 int open64(const char* path, int flags, ...)
 {
-    mode_t mode = 0;
-    if (hasMode(flags))
-    {
-        va_list args;
-        va_start(args, flags);
-        mode = va_arg(args, mode_t);
-        va_end(args);
-    }
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = modeArgument(flags, args);
+    va_end(args);
     return openPath(AT_FDCWD, path, flags, mode);
 }
 
@@ -187,27 +184,19 @@ int __open64_2(const char* path, int flags) { return openPath(AT_FDCWD, path, fl
 
 int openat(int dirfd, const char* path, int flags, ...)
 {
-    mode_t mode = 0;
-    if (hasMode(flags))
-    {
-        va_list args;
-        va_start(args, flags);
-        mode = va_arg(args, mode_t);
-        va_end(args);
-    }
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = modeArgument(flags, args);
+    va_end(args);
     return openPath(dirfd, path, flags, mode);
 }
 
 int openat64(int dirfd, const char* path, int flags, ...)
 {
-    mode_t mode = 0;
-    if (hasMode(flags))
-    {
-        va_list args;
-        va_start(args, flags);
-        mode = va_arg(args, mode_t);
-        va_end(args);
-    }
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = modeArgument(flags, args);
+    va_end(args);
     return openPath(dirfd, path, flags, mode);
 }
 
