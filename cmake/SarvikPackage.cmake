@@ -1,0 +1,22 @@
+# Debian package of the product: the i386 binary, its manual page and the README.
+# The binary is installed 0755 root:root. Whether it runs set-user-ID root is the administrator's
+# choice (dpkg-statoverride), so that the package never widens anyone's rights on its own.
+install(TARGETS Sarvik RUNTIME DESTINATION sbin)
+install(FILES ${PROJECT_SOURCE_DIR}/Sarvik.8 DESTINATION share/man/man8)
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION share/doc/sarvik)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/running-sarvik.md DESTINATION share/doc/sarvik)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME sarvik)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT "Sarvik team <sarvik@localhost>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
+set(CPACK_DEBIAN_PACKAGE_SECTION admin)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libjsoncpp25 (>= 1.9.5), libc6 (>= 2.34), libstdc++6 (>= 12), libgcc-s1")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "print the serial number and chassis model of a broadcast video server")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Sarvik wakes the server's codec board (ZEBX, Q5K, Q5KP or Q7K), reads the unit's
+identity record from the board's EEPROM and prints its serial number and chassis
+model, as text or JSON.")
+include(CPack)
