@@ -2,7 +2,7 @@
 
 #include "RunConfig.h"
 #include "TraceFile.h"
-#include "TraceJson.h"
+#include "JsonLine.h"
 #include "VirtualClock.h"
 
 #include <cerrno>
@@ -25,10 +25,10 @@ void traceCall(const RunConfig& config, const char* command, const std::string& 
     TraceFile trace(config.get("trace"));
     const VirtualClock clock(config.getInt("mono_start_ns", 0), config.getInt("wall_start_ns", 0),
                              config.getDouble("speed", 1.0));
-    sim::TraceJson(static_cast<uint64_t>(clock.monotonicNow()), command)
-        .str("module", module)
-        .num("status", static_cast<uint64_t>(status))
-        .emitTo(&trace);
+    trace.emit(JsonLine(static_cast<uint64_t>(clock.monotonicNow()), command)
+                   .str("module", module)
+                   .num("status", status)
+                   .text());
 }
 
 bool exists(const std::string& path)

@@ -1,6 +1,6 @@
 #include "SyslogCollector.h"
 
-#include "TraceJson.h"
+#include "JsonLine.h"
 
 #include <cerrno>
 #include <cstring>
@@ -161,13 +161,13 @@ bool SyslogCollector::parse(const std::string& datagram, SyslogMessage* message)
 
 std::string SyslogCollector::toJson(const SyslogMessage& message, uint64_t nowNs)
 {
-    sim::TraceJson line(nowNs, "syslog");
+    JsonLine line(nowNs, "syslog");
     line.str("ident", message.ident)
-        .num("facility", static_cast<uint64_t>(message.facility))
-        .num("priority", static_cast<uint64_t>(message.priority))
-        .num("pid", static_cast<uint64_t>(message.pid))
+        .num("facility", message.facility)
+        .num("priority", message.priority)
+        .num("pid", message.pid)
         .str("message", message.text);
-    return line.text() + "}";
+    return line.text();
 }
 
 } // namespace simhost

@@ -5,7 +5,7 @@
 #include "Interposer.h"
 #include "RealCalls.h"
 #include "SimServer.h"
-#include "TraceJson.h"
+#include "JsonLine.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -18,6 +18,7 @@ using simhost::AreaKind;
 using simhost::Device;
 using simhost::DeviceTable;
 using simhost::Interposer;
+using simhost::JsonLine;
 using simhost::RealCalls;
 
 namespace
@@ -53,12 +54,12 @@ int noteOpen(const char* path, int fd)
     if (ip == nullptr || device == Device::None)
         return fd;
     const int savedErrno = errno;
-    sim::TraceJson line(ip->nowNs(), "open");
+    JsonLine line(ip->nowNs(), "open");
     line.str("path", path);
     if (fd >= 0)
     {
         ip->devices().add(fd, device);
-        line.num("fd", static_cast<uint64_t>(fd));
+        line.num("fd", fd);
     }
     else
         line.str("error", std::strerror(savedErrno));
@@ -82,7 +83,7 @@ int fail(int error)
 
 int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, void* arg)
 {
-    sim::TraceJson line(ip.nowNs(), "ioctl");
+    JsonLine line(ip.nowNs(), "ioctl");
     line.str("path", DeviceTable::name(device)).hex("request", static_cast<uint32_t>(request), 8);
     int result = 0;
     int error = 0;
@@ -103,7 +104,7 @@ int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, vo
         result = -1;
         error = ENOTTY;
     }
-    line.num("result", static_cast<uint64_t>(static_cast<int64_t>(result)));
+    line.num("result", result);
     ip.trace(line);
     (void)fd;
     return result == 0 ? 0 : fail(error);
@@ -120,7 +121,7 @@ int anyIoctl(int (*realIoctl)(int, unsigned long, ...), int fd, unsigned long re
 
 void* deviceMmap(Interposer& ip, Device device, size_t length, int64_t offset)
 {
-    sim::TraceJson line(ip.nowNs(), "mmap");
+    JsonLine line(ip.nowNs(), "mmap");
     line.str("path", DeviceTable::name(device)).hex("offset", static_cast<uint32_t>(offset), 6).num("length", length);
     uint8_t* area = nullptr;
     if (device == Device::Comram && offset == kComramOffset && length > 0 && length <= sim::SimServer::kComramSize)
@@ -211,8 +212,8 @@ int close(int fd)
     if (device != Device::None)
     {
         const int savedErrno = errno;
-        sim::TraceJson line(ip->nowNs(), "close");
-        line.str("path", DeviceTable::name(device)).num("fd", static_cast<uint64_t>(fd));
+        JsonLine line(ip->nowNs(), "close");
+        line.str("path", DeviceTable::name(device)).num("fd", fd);
         ip->trace(line);
         errno = savedErrno;
     }
@@ -253,7 +254,7 @@ int munmap(void* address, size_t length) noexcept
     AreaKind kind = AreaKind::Comram;
     if (ip == nullptr || !ip->areas().release(address, &kind))
         return RealCalls::get().munmap(address, length);
-    sim::TraceJson line(ip->nowNs(), "munmap");
+    JsonLine line(ip->nowNs(), "munmap");
     line.str("area", kind == AreaKind::Comram ? "comram" : "io").num("length", length);
     ip->trace(line);
     return 0;
@@ -264,10 +265,10 @@ int ioperm(unsigned long from, unsigned long count, int on) noexcept
     Interposer* ip = runInterposer();
     if (ip == nullptr)
         return fail(ENOSYS);
-    sim::TraceJson line(ip->nowNs(), "ioperm");
+    JsonLine line(ip->nowNs(), "ioperm");
     line.hex("from", static_cast<uint32_t>(from), 3).num("count", count).num("on", on != 0);
     const bool ok = ip->ports().set(from, count, on != 0);
-    line.num("result", ok ? 0 : static_cast<uint64_t>(-1));
+    line.num("result", ok ? 0 : -1);
     ip->trace(line);
     if (!ok)
         return fail(EINVAL);
@@ -283,8 +284,8 @@ int iopl(int level) noexcept
         return fail(ENOSYS);
     if (level < 0 || level > 3)
         return fail(EINVAL);
-    sim::TraceJson line(ip->nowNs(), "iopl");
-    line.num("level", static_cast<uint64_t>(level));
+    JsonLine line(ip->nowNs(), "iopl");
+    line.num("level", level);
     ip->trace(line);
     ip->ports().setAll(level == 3);
     ip->board();

@@ -2,7 +2,7 @@
 
 #include "RealCalls.h"
 #include "SimServer.h"
-#include "TraceJson.h"
+#include "JsonLine.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -81,10 +81,10 @@ void Interposer::startBoard()
     board_ = std::make_unique<sim::SimServer>(boardConfig, static_cast<uint8_t*>(image), trace_.get());
 }
 
-void Interposer::trace(sim::TraceJson& line)
+void Interposer::trace(const JsonLine& line)
 {
     if (trace_ && trace_->isOpen())
-        line.emitTo(trace_.get());
+        trace_->emit(line.text());
 }
 
 namespace

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "DeviceTable.h"
+#include "JsonLine.h"
 #include "MappedAreas.h"
 #include "PortGrants.h"
 #include "RunConfig.h"
@@ -15,7 +16,6 @@
 namespace sim
 {
 class SimServer;
-class TraceJson;
 } // namespace sim
 
 namespace simhost
@@ -39,7 +39,7 @@ public:
     PortGrants& ports() { return ports_; }
     // The board model, created on first use; a board that cannot start ends the process.
     sim::SimServer& board();
-    void trace(sim::TraceJson& line);
+    void trace(const JsonLine& line);
 
 private:
     Interposer();
