@@ -60,6 +60,14 @@ TEST(Launcher, RefusesUnusableCommandLinesWithStatus2)
     }
 }
 
+TEST(Launcher, PtyGivesTheCommandATerminalAsStandardInput)
+{
+    SimHarness h;
+    const std::string check = "if test -t 0; then echo terminal; else echo none; fi";
+    EXPECT_EQ(h.sim({"--pty", "yes", "--", "/bin/sh", "-c", check}).out, "terminal\n");
+    EXPECT_EQ(h.sim({"--", "/bin/sh", "-c", check}).out, "none\n");
+}
+
 TEST(Launcher, HelpListsTheOptionsAndTheHostFaults)
 {
     SimHarness h;
