@@ -67,6 +67,15 @@ TEST(Sandbox, WithoutDriversModprobeFailsAndNoNodeAppears)
     EXPECT_EQ(SimHarness::value(r.out, "comram0"), "absent");
 }
 
+TEST(Sandbox, ModprobeFoundThroughAFixedSystemPathWithACleanEnvironmentIsTheSimulatedOne)
+{
+    SimHarness h;
+    const SimRunResult r = h.probe({"--modules-loaded", "no"},
+                                   {"modprobe", "env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin sh -c 'modprobe -s drv_timecode'"});
+    EXPECT_EQ(SimHarness::value(r.out, "status"), "0") << r.err;
+    EXPECT_EQ(SimHarness::value(r.out, "timecode0"), "present");
+}
+
 TEST(Sandbox, RootKeepsWhatTheCommandWritesUnderMntAppsAcrossRuns)
 {
     SimHarness h;
