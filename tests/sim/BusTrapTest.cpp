@@ -57,7 +57,8 @@ TEST(BusTrap, Q7kRegistersReadTheSameThroughTheAreaAndThroughPorts)
     EXPECT_EQ(SimHarness::value(r.out, "area_reg0"), "0xd1");
     EXPECT_EQ(SimHarness::value(r.out, "port_reg0"), "0xd1");
     const std::string trace = SimHarness::readFile(h.path("trace"));
-    EXPECT_NE(trace.find("\"ev\":\"reg\",\"port\":\"0x351\",\"value\":\"0x00\",\"dir\":\"w\""), std::string::npos)
+    EXPECT_NE(trace.find("\"ev\":\"reg\",\"port\":\"0x351\",\"value\":\"0x00\",\"dir\":\"w\""),
+              std::string::npos)
         << trace;
 }
 

@@ -36,7 +36,8 @@ TEST(DriverHooks, TraceRecordsOpenIoctlMmapAndIopermInOrder)
     const std::vector<std::string> expected = {
         "\"ev\":\"open\",\"path\":\"/dev/comram0\"",
         "\"ev\":\"ioctl\",\"path\":\"/dev/comram0\",\"request\":\"0x80206e01\",\"result\":0",
-        "\"ev\":\"mmap\",\"path\":\"/dev/comram0\",\"offset\":\"0x100000\",\"length\":32768,\"area\":\"comram\"",
+        "\"ev\":\"mmap\",\"path\":\"/dev/"
+        "comram0\",\"offset\":\"0x100000\",\"length\":32768,\"area\":\"comram\"",
         "\"ev\":\"ioperm\",\"from\":\"0x070\",\"count\":2,\"on\":1,\"result\":0",
         "\"ev\":\"mmap\",\"path\":\"/dev/comram0\",\"offset\":\"0x000000\",\"length\":1024,\"area\":\"io\"",
         "\"ev\":\"ioctl\",\"path\":\"/dev/comram0\",\"request\":\"0x40046e10\",\"value\":0,\"result\":0",
@@ -69,7 +70,8 @@ TEST(DriverHooks, OnHostBoardZeroThePortsAreGrantedAndNoAreaIsMapped)
     SimHarness h;
     ASSERT_EQ(h.probe({"--host-board", "0", "--trace", h.path("trace")}, {"config"}).status, 0);
     const std::string trace = SimHarness::readFile(h.path("trace"));
-    EXPECT_NE(trace.find("\"ev\":\"ioperm\",\"from\":\"0x000\",\"count\":1024,\"on\":1"), std::string::npos) << trace;
+    EXPECT_NE(trace.find("\"ev\":\"ioperm\",\"from\":\"0x000\",\"count\":1024,\"on\":1"), std::string::npos)
+        << trace;
     EXPECT_EQ(trace.find("\"area\":\"io\""), std::string::npos) << trace;
 }
 

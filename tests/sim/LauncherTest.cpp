@@ -47,10 +47,13 @@ TEST(Launcher, CommandThatCannotBeStartedExitsWith127NamingTheCall)
 
 TEST(Launcher, RefusesUnusableCommandLinesWithStatus2)
 {
-    const std::vector<std::vector<std::string>> bad = {
-        {}, {"--speed", "0", "--", "true"}, {"--speed", "fast", "--", "true"}, {"--host-board", "2", "--", "true"},
-        {"--modules-loaded", "maybe", "--", "true"}, {"--no-such-option", "x", "--", "true"},
-        {"--date", "not a date at all", "--", "true"}};
+    const std::vector<std::vector<std::string>> bad = {{},
+                                                       {"--speed", "0", "--", "true"},
+                                                       {"--speed", "fast", "--", "true"},
+                                                       {"--host-board", "2", "--", "true"},
+                                                       {"--modules-loaded", "maybe", "--", "true"},
+                                                       {"--no-such-option", "x", "--", "true"},
+                                                       {"--date", "not a date at all", "--", "true"}};
     for (const auto& args : bad)
     {
         SimHarness h;
@@ -73,8 +76,8 @@ TEST(Launcher, HelpListsTheOptionsAndTheHostFaults)
     SimHarness h;
     const SimRunResult r = h.sim({"--help"});
     EXPECT_EQ(r.status, 0);
-    for (const char* word : {"--board", "--eeprom", "--root", "--syslog", "--trace", "--fault", "--speed", "--date",
-                             "--seed", "no-drivers"})
+    for (const char* word : {"--board", "--eeprom", "--root", "--syslog", "--trace", "--fault", "--speed",
+                             "--date", "--seed", "no-drivers"})
         EXPECT_NE(r.out.find(word), std::string::npos) << word;
 }
 

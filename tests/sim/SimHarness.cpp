@@ -21,7 +21,8 @@ SimHarness::~SimHarness()
     [[maybe_unused]] int ignored = std::system(command.c_str());
 }
 
-SimRunResult SimHarness::probe(const std::vector<std::string>& simArgs, const std::vector<std::string>& probeArgs)
+SimRunResult SimHarness::probe(const std::vector<std::string>& simArgs,
+                               const std::vector<std::string>& probeArgs)
 {
     std::vector<std::string> args = simArgs;
     args.push_back("--");

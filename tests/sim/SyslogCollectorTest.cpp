@@ -1,7 +1,7 @@
 // The system logger of the sandbox: the C library's datagrams read into ident, facility,
 // priority, pid and text, and the JSON lines of --syslog.
-#include "SimHarness.h"
 #include "SyslogCollector.h"
+#include "SimHarness.h"
 
 #include <gtest/gtest.h>
 
@@ -35,13 +35,13 @@ TEST_P(SyslogParse, SplitsTheCLibrarysMessageFormat)
 
 INSTANTIATE_TEST_SUITE_P(
     Formats, SyslogParse,
-    testing::Values(ParseCase{"<11>Mar  1 12:00:00 Sarvik: ::Connect: failed, x", 1, 3, "Sarvik", -1,
-                              "::Connect: failed, x"},
-                    ParseCase{"<12>Jan 10 01:02:03 GenlockDriverApi::GenlockDriverApi[42]: Enter In ComramDriverApi()",
-                              1, 4, "GenlockDriverApi::GenlockDriverApi", 42, "Enter In ComramDriverApi()"},
-                    ParseCase{"<30>Dec 31 23:59:59 modprobe[7]: FATAL: Module x", 3, 6, "modprobe", 7,
-                              "FATAL: Module x"},
-                    ParseCase{"<14>Jul  4 00:00:00 X: text: with colon\n", 1, 6, "X", -1, "text: with colon"}));
+    testing::Values(
+        ParseCase{"<11>Mar  1 12:00:00 Sarvik: ::Connect: failed, x", 1, 3, "Sarvik", -1,
+                  "::Connect: failed, x"},
+        ParseCase{"<12>Jan 10 01:02:03 GenlockDriverApi::GenlockDriverApi[42]: Enter In ComramDriverApi()", 1,
+                  4, "GenlockDriverApi::GenlockDriverApi", 42, "Enter In ComramDriverApi()"},
+        ParseCase{"<30>Dec 31 23:59:59 modprobe[7]: FATAL: Module x", 3, 6, "modprobe", 7, "FATAL: Module x"},
+        ParseCase{"<14>Jul  4 00:00:00 X: text: with colon\n", 1, 6, "X", -1, "text: with colon"}));
 
 TEST(SyslogParse, RejectsWhatIsNotASyslogDatagram)
 {
@@ -58,7 +58,8 @@ TEST(SyslogCollector, WritesEachMessageOfTheRunAsAJsonLineWithThePid)
     const auto lines = SimHarness::lines(SimHarness::readFile(h.path("syslog")));
     ASSERT_EQ(lines.size(), 1u);
     const std::string& line = lines[0];
-    EXPECT_NE(line.find("\"ident\":\"Probe\",\"facility\":1,\"priority\":3,\"pid\":"), std::string::npos) << line;
+    EXPECT_NE(line.find("\"ident\":\"Probe\",\"facility\":1,\"priority\":3,\"pid\":"), std::string::npos)
+        << line;
     EXPECT_EQ(line.find("\"pid\":-1"), std::string::npos) << line;
     EXPECT_NE(line.find("\"message\":\"hello \\\"world\\\"\"}"), std::string::npos) << line;
 }

@@ -1,7 +1,7 @@
 // Virtual time: the arithmetic every process of a run shares, and what a time64 i386 program
 // observes through its clocks and sleeps.
-#include "SimHarness.h"
 #include "VirtualClock.h"
+#include "SimHarness.h"
 
 #include <gtest/gtest.h>
 

@@ -29,7 +29,10 @@ std::string selfPath()
     return n > 0 ? std::string(buffer, static_cast<size_t>(n)) : std::string();
 }
 
-std::string directoryOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
+std::string directoryOf(const std::string& path)
+{
+    return path.substr(0, path.rfind('/'));
+}
 
 bool makeTree(const std::string& path)
 {
@@ -59,7 +62,8 @@ void relayPty(int master, pid_t child)
     for (;;)
     {
         siginfo_t info{};
-        if (waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == child)
+        if (waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+            info.si_pid == child)
             return;
         fd_set read;
         FD_ZERO(&read);

@@ -20,8 +20,8 @@ bool mountCall(const char* source, const std::string& target, const char* type, 
 {
     if (mount(source, target.c_str(), type, flags, nullptr) == 0)
         return true;
-    *error = std::string("mount(") + (source != nullptr ? source : "none") + ", " + target + "): " +
-             std::strerror(errno);
+    *error = std::string("mount(") + (source != nullptr ? source : "none") + ", " + target +
+             "): " + std::strerror(errno);
     return false;
 }
 
@@ -45,14 +45,15 @@ bool Sandbox::enter(const RunDirectory& run, const LauncherOptions& options, std
     for (int i = 0; RunDirectory::kHostDevices[i] != nullptr; ++i)
     {
         const std::string host = std::string("/dev/") + RunDirectory::kHostDevices[i];
-        if (exists(host.c_str()) && !mountCall(host.c_str(), dev + "/" + RunDirectory::kHostDevices[i], nullptr,
-                                               MS_BIND, error))
+        if (exists(host.c_str()) &&
+            !mountCall(host.c_str(), dev + "/" + RunDirectory::kHostDevices[i], nullptr, MS_BIND, error))
             return false;
     }
     if (!mountCall("/dev/pts", dev + "/pts", nullptr, MS_BIND | MS_REC, error) ||
         !mountCall("tmpfs", dev + "/shm", "tmpfs", MS_NOSUID | MS_NODEV, error))
         return false;
-    if (!options.root.empty() && !mountCall(options.root.c_str(), run.mntDir() + "/APPS", nullptr, MS_BIND, error))
+    if (!options.root.empty() &&
+        !mountCall(options.root.c_str(), run.mntDir() + "/APPS", nullptr, MS_BIND, error))
         return false;
     if (!mountCall(dev.c_str(), "/dev", nullptr, MS_BIND | MS_REC, error) ||
         !mountCall(run.mntDir().c_str(), "/mnt", nullptr, MS_BIND | MS_REC, error))

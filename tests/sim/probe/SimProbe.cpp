@@ -32,7 +32,10 @@ void sleepMs(long ms)
     nanosleep(&ts, nullptr);
 }
 
-bool exists(const char* path) { return access(path, F_OK) == 0; }
+bool exists(const char* path)
+{
+    return access(path, F_OK) == 0;
+}
 
 void printNodes()
 {
@@ -148,8 +151,8 @@ int config()
     for (int i = 0; i < 8; ++i)
         std::printf("word%d=0x%x\n", i, d.config[i]);
     uint32_t zero = 0;
-    std::printf("init=%d shutdown=%d bogus=%d\n", ioctl(d.fd, 0x40046E10, &zero), ioctl(d.fd, 0x40046E12, &zero),
-                ioctl(d.fd, 0x12345678, &zero));
+    std::printf("init=%d shutdown=%d bogus=%d\n", ioctl(d.fd, 0x40046E10, &zero),
+                ioctl(d.fd, 0x40046E12, &zero), ioctl(d.fd, 0x12345678, &zero));
     const int timecode = open("/dev/timecode0", O_RDWR);
     std::printf("timecode_init=%d\n", ioctl(timecode, 0x40046B10, &zero));
     return 0;
