@@ -35,6 +35,17 @@ public:
     uint32_t MCF547xI2CReset();
 
 private:
+    uint32_t WakeUpQ7K();
+    // One attempt of the bootstrap wake-up; *retry tells whether a new attempt may follow.
+    uint32_t WakeUpAttempt(bool* retry);
+    uint32_t ReadVersion(bool nibbleSplit);
+    void DetectQ7K();
+    void BusyWait(uint32_t milliseconds);
+    void WriteLittleEndian(uint32_t offset, uint32_t value, uint32_t width);
+    uint32_t ReadLittleEndian(uint32_t offset, uint32_t width) const;
+    uint32_t BootstrapWrite(uint8_t opcode, uint32_t address, uint32_t value, uint32_t width);
+    uint32_t BootstrapRead(uint8_t opcode, uint32_t address, uint32_t* value, uint32_t width);
+
     volatile uint8_t* mpCommandZone_U8 = nullptr;
     int32_t mTakesWakeUpStep_S32 = 0;
     SZebBoardInfos mBoardInfos_X = {};

@@ -1,12 +1,16 @@
 #pragma once
 // Handle on the communication RAM driver: maps the board's dual-port RAM and its I/O area.
+#include "CDriverHandle.h"
 #include "DriverApiTypes.h"
+#include "TDriverSingleton.h"
 
-class ComramDriverApi
+#include <atomic>
+#include <memory>
+
+class ComramDriverApi final : public CDriverHandle,
+                              public TDriverSingleton<ComramDriverApi, COMRAMDRIVERAPIPARAM>
 {
 public:
-    static ComramDriverApi* S_GetInstance();
-    static void S_ReleaseInstance(bool shutdownDevice);
     static int S_ForceUnload();
 
     int32_t OpenDevice(unsigned int index, COMRAM_OPENDEVICE* param);
@@ -23,15 +27,25 @@ public:
     static int32_t GetComramPointer(uintptr_t instance, unsigned int index, _MMAP_COMRAM volatile** out);
     static int32_t GetBaseIsaIoPointer(uintptr_t instance, unsigned int index, volatile uint8_t** out);
 
-    void Log(int priority, const char* text);
-
-    // Owned by the driver handle code; members below may change freely.
     explicit ComramDriverApi(COMRAMDRIVERAPIPARAM* param);
-    ~ComramDriverApi();
-    ComramDriverApi(const ComramDriverApi&) = delete;
-    ComramDriverApi& operator=(const ComramDriverApi&) = delete;
+    ~ComramDriverApi() override;
 
 private:
-    struct Impl;
-    Impl* mpImpl = nullptr;
+    // The communication RAM pointer as published to whoever shares the cell.
+    struct SPublishedComram
+    {
+        std::atomic<uint8_t> Busy_U8{0};
+        volatile uint8_t* pComram_U8 = nullptr;
+    };
+
+    int32_t OpenNode() override;
+    int32_t CloseNode() override;
+    void Publish(volatile uint8_t* comram);
+    int32_t MapIoArea();
+    volatile uint8_t* Map(uint32_t length, uint32_t offset);
+
+    volatile uint8_t* mpComram_U8 = nullptr;
+    volatile uint8_t* mpIoArea_U8 = nullptr;
+    std::shared_ptr<SPublishedComram> mpPublished_X;
+    uint32_t mConfig_U32[8] = {};
 };

@@ -42,6 +42,10 @@ struct DSPUARTDRIVERAPIPARAM
 {
     int32_t Status_S32;
 };
+struct ZEBDRIVERAPIPARAM
+{
+    int32_t Status_S32;
+};
 struct COMRAM_OPENDEVICE
 {
     uint32_t Reserved_U32;

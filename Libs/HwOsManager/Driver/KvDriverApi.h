@@ -2,6 +2,8 @@
 // Top driver handle: opens the drivers named by a mask and hands them out as one record.
 #include "DriverApiTypes.h"
 
+class CeDspUart;
+
 class KvDriverApi
 {
 public:
@@ -21,14 +23,19 @@ public:
     // Implementation details are private to the driver handle code.
     KvDriverApi(KVDRIVERAPIPARAM* param);
     ~KvDriverApi();
+    KvDriverApi(const KvDriverApi&) = delete;
+    KvDriverApi& operator=(const KvDriverApi&) = delete;
 
 private:
+    int32_t OpenDrivers();
+
     uint32_t mMask_U32 = 0;
     int32_t mKrpcBoardType_S32 = 0;
     int32_t mStatus_S32 = 9;
     KVDRIVER_PINGUINTERFACE mInterface_X = {};
     int32_t mTraceFd_S32 = -1;
     int32_t mBoardType_S32 = 0;
+    CeDspUart* mpCeDspUart_O = nullptr;
     static KvDriverApi* S_mpKvDriverApiInstance;
     static bool S_mDoDeviceShutdown;
 };

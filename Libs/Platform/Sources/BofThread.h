@@ -20,6 +20,8 @@ typedef void (*BOF_THREAD_FUNCTION)(void* context);
 
 extern "C" {
 BOFTHREAD Bof_CreateThread(uint32_t stackSize, BOF_THREAD_FUNCTION function, void* context, bool createSuspended);
+// Starts a thread created suspended (no effect on a started one): 0 when it runs, -2 when it
+// runs but the system refused its priority, -1 when it could not be started or a bad handle.
 int Bof_ResumeThread(BOFTHREAD thread);
 int Bof_SetThreadName(BOFTHREAD thread, const char* name);
 int Bof_SetThreadPriority(BOFTHREAD thread, BOF_THREAD_PRIORITY level);
@@ -29,6 +31,8 @@ int Bof_CloseThread(BOFTHREAD thread);     // joins if still running, frees the 
 // Maps a level to a policy and priority; false for an unknown level.
 bool ConvertBofPriorityToOsPriority(BOF_THREAD_PRIORITY level, int* policy, int* priority);
 
+// A successful wait consumes the signal: one set releases one wait. Named events share their
+// state between processes; opening an existing one keeps its state.
 BOFEVENT Bof_CreateEvent(bool initialState, const char* name);
 int Bof_SetEvent(BOFEVENT event);
 int Bof_ResetEvent(BOFEVENT event);

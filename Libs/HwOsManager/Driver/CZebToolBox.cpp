@@ -1,0 +1,234 @@
+#include "CZebToolBox.h"
+
+#include "BofSystem.h"
+#include "CTscTimer.h"
+#include "ComramDriverApi.h"
+#include "Q7KInfos.h"
+#include "Q7KManagement.h"
+#include "Q7KRegisters.h"
+#include "ReadStable.h"
+
+namespace
+{
+constexpr uint32_t SCRATCH_SIZE = 1536;
+constexpr uint32_t OFFSET_STATUS = 0x0001;
+constexpr uint32_t OFFSET_INTERFACE0_FLAG = 0x0003;
+constexpr uint32_t OFFSET_MEMORY_CHECK = 0x0004;
+constexpr uint32_t OFFSET_RESET = 0x7FFD;
+constexpr uint32_t OFFSET_DOORBELL = 0x7FFF;
+constexpr uint32_t MAILBOX_INTERFACE1 = 0x2F24;
+constexpr uint32_t MAILBOX_INTERFACE2 = 0x3024;
+constexpr uint8_t STATUS_PENDING = 0x80;
+// A byte read from a board that is not driving the bus.
+constexpr uint8_t STATUS_FLOATING = 0xFF;
+constexpr uint32_t MEMORY_CHECK_WORD = 0xA5005AFF;
+constexpr uint32_t COMMAND_TIMEOUT = 0xFFFFFFFF;
+constexpr uint32_t COMMAND_CALIBRATION_MS = 200;
+constexpr uint32_t WAIT_CALIBRATION_MS = 2000;
+} // namespace
+
+using ORX::KV::Hardware::Q7KHelpers::Q7KInfos;
+using ORX::KV::Hardware::Q7KHelpers::Q7KRegisters;
+namespace IOBus = ORX::KV::Hardware::Q7KHelpers::IOBus;
+
+CZebToolBox::CZebToolBox(SYS_CTL_BOARD_TYPE type)
+{
+    _MMAP_COMRAM volatile* pComram_X = nullptr;
+    if (ComramDriverApi::GetComramPointer(GL_PinguInterface_X[PINGU_COMRAM], 0, &pComram_X) == 0 &&
+        pComram_X != nullptr)
+    {
+        mpCommandZone_U8 = pComram_X->Byte_U8;
+    }
+    mpScratch_U8 = new uint8_t[SCRATCH_SIZE];
+    mScratchSize_U32 = SCRATCH_SIZE;
+    mUCodeInterface_U32 = 0;
+    mSleepWhilePolling_S32 = 0;
+    mBoardInfos_X.BoardType = type;
+    if (type == SYS_CTL_BOARD_TYPE_UNKNOWN)
+    {
+        DetectQ7K();
+    }
+    else if (type == SYS_CTL_BOARD_TYPE_Q5K)
+    {
+        mTakesWakeUpStep_S32 = 1;
+    }
+}
+
+CZebToolBox::~CZebToolBox()
+{
+    delete[] mpScratch_U8;
+}
+
+void CZebToolBox::DetectQ7K()
+{
+    const Q7KRegisters<IOBus::Q7KManagement> registers_X;
+    const uint8_t id_U8 = registers_X.read(0);
+    if ((id_U8 & 0xF0) != 0xD0)
+    {
+        return;
+    }
+    const uint8_t register2_U8 = registers_X.read(2);
+    const Q7KInfos infos_X(registers_X.read(0), registers_X.read(1), register2_U8 >> 4, register2_U8 & 0x0F,
+                           registers_X.read(3));
+    mBoardInfos_X.BoardType = SYS_CTL_BOARD_TYPE_Q7K;
+    mBoardInfos_X.BoardID = infos_X.BoardID();
+    mBoardInfos_X.PCBVersion = infos_X.PCBVersion();
+    mBoardInfos_X.JumpersState = infos_X.JumpersState();
+    mBoardInfos_X.ComponentsVersion = infos_X.ComponentsVersion();
+    mBoardInfos_X.RBFVersion = infos_X.RBFVersion();
+}
+
+uint32_t CZebToolBox::SetUCodeInterface(uint32_t interface, int32_t sleepWhilePolling)
+{
+    mUCodeInterface_U32 = interface;
+    mSleepWhilePolling_S32 = sleepWhilePolling;
+    return 1;
+}
+
+uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs)
+{
+    return ExecuteUCodeCommand(opcode, timeoutMs, mUCodeInterface_U32);
+}
+
+uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode)
+{
+    return ExecuteUCodeCommand(opcode, 1000, mUCodeInterface_U32);
+}
+
+uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, uint32_t interface)
+{
+    if (mpCommandZone_U8 == nullptr)
+    {
+        return COMMAND_TIMEOUT;
+    }
+    CTscTimer timer_O(COMMAND_CALIBRATION_MS);
+    uint32_t mailbox_U32 = 0;
+    if (interface == 1)
+    {
+        mailbox_U32 = MAILBOX_INTERFACE1;
+    }
+    else if (interface == 2)
+    {
+        mailbox_U32 = MAILBOX_INTERFACE2;
+    }
+    volatile uint8_t* pMailbox_U8 = mpCommandZone_U8 + mailbox_U32;
+    // Microseconds in 32 bits: longer timeouts are held at the largest that fits, not wrapped.
+    const uint32_t maxMs_U32 = 0xFFFFFFFFu / 1000u;
+    timer_O.reset((timeoutMs < maxMs_U32 ? timeoutMs : maxMs_U32) * 1000u);
+    pMailbox_U8[0] = opcode;
+    pMailbox_U8[OFFSET_STATUS] = STATUS_PENDING;
+    if (interface == 0)
+    {
+        mpCommandZone_U8[OFFSET_INTERFACE0_FLAG] = 1;
+        mpCommandZone_U8[OFFSET_DOORBELL] = 1;
+    }
+    for (;;)
+    {
+        // Sampled before the read, so a status landing in the last pass is still taken.
+        const bool timedOut_B = timer_O.isTimedOut();
+        unsigned char stable_U8 = 0;
+        while (!ORX::Ucode::Api::ReadStable_8(pMailbox_U8 + OFFSET_STATUS, stable_U8))
+        {
+            // A byte that never settles must not keep us here past the deadline.
+            if (timer_O.isTimedOut())
+            {
+                return COMMAND_TIMEOUT;
+            }
+        }
+        const uint8_t confirm_U8 = pMailbox_U8[OFFSET_STATUS];
+        if (confirm_U8 == stable_U8 && stable_U8 != STATUS_PENDING && stable_U8 != STATUS_FLOATING)
+        {
+            return stable_U8;
+        }
+        if (mSleepWhilePolling_S32 != 0)
+        {
+            Bof_Sleep(1);
+        }
+        if (timedOut_B)
+        {
+            return COMMAND_TIMEOUT;
+        }
+    }
+}
+
+void CZebToolBox::BusyWait(uint32_t milliseconds)
+{
+    CTscTimer timer_O(WAIT_CALIBRATION_MS);
+    timer_O.reset(milliseconds * 1000u);
+    while (!timer_O.isTimedOut())
+    {
+    }
+}
+
+void CZebToolBox::ResetPulse()
+{
+    if (mpCommandZone_U8 == nullptr)
+    {
+        return;
+    }
+    mpCommandZone_U8[OFFSET_RESET] = 1;
+    BusyWait(10);
+    mpCommandZone_U8[OFFSET_RESET] = 0;
+    BusyWait(10);
+    mpCommandZone_U8[OFFSET_RESET] = 1;
+    BusyWait(10);
+    mpCommandZone_U8[OFFSET_RESET] = 0;
+    BusyWait(100);
+}
+
+uint32_t CZebToolBox::WaitDPRAMAvailable(uint32_t seconds)
+{
+    if (mpCommandZone_U8 == nullptr)
+    {
+        return 0;
+    }
+    volatile uint32_t* pCheck_U32 = reinterpret_cast<volatile uint32_t*>(mpCommandZone_U8 + OFFSET_MEMORY_CHECK);
+    uint32_t tries_U32 = 0;
+    for (;;)
+    {
+        *pCheck_U32 = MEMORY_CHECK_WORD;
+        if (*pCheck_U32 == MEMORY_CHECK_WORD)
+        {
+            return 1;
+        }
+        BusyWait(100);
+        ++tries_U32;
+        if (static_cast<uint64_t>(tries_U32) * 100u > static_cast<uint64_t>(seconds) * 1000u)
+        {
+            return 0;
+        }
+    }
+}
+
+uint32_t CZebToolBox::WaitBootstrapAvailable(uint32_t seconds)
+{
+    if (mpCommandZone_U8 == nullptr)
+    {
+        return 0;
+    }
+    uint64_t elapsed_U64 = 100;
+    const uint64_t limit_U64 = static_cast<uint64_t>(seconds) * 1000u;
+    for (;;)
+    {
+        if (ExecuteUCodeCommand(0x01, 1000) == 0)
+        {
+            return 1;
+        }
+        BusyWait(100);
+        const bool expired_B = elapsed_U64 > limit_U64;
+        elapsed_U64 += 100;
+        if (expired_B)
+        {
+            return 0;
+        }
+    }
+}
+
+uint32_t CZebToolBox::GetBoardInfos(SZebBoardInfos* out)
+{
+    if (out != nullptr)
+    {
+        *out = mBoardInfos_X;
+    }
+    return 0;
+}

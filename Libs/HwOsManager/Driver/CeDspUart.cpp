@@ -1,0 +1,5 @@
+#include "CeDspUart.h"
+
+CeDspUart::CeDspUart(DspUartDriverApi* driver) : mpDriver_O(driver)
+{
+}

@@ -1,0 +1,21 @@
+#include "DspUartDriverApi.h"
+
+namespace
+{
+const SDriverDescriptor S_DspUartDescriptor_X = {"DspUartDriverApi", "dspuart", "drv_dspuart", 0x40047510, 0x40047512, false};
+}
+
+DspUartDriverApi::DspUartDriverApi(DSPUARTDRIVERAPIPARAM* param)
+    : CPlainDriverApi(S_DspUartDescriptor_X, param != nullptr ? &param->Status_S32 : nullptr)
+{
+}
+
+DspUartDriverApi::~DspUartDriverApi()
+{
+    CloseInstance(S_mDoDeviceShutdown);
+}
+
+int DspUartDriverApi::S_ForceUnload()
+{
+    return CDriverHandle::S_ForceUnload(S_DspUartDescriptor_X);
+}

@@ -1,0 +1,21 @@
+#include "GenlockDriverApi.h"
+
+namespace
+{
+const SDriverDescriptor S_GenlockDescriptor_X = {"GenlockDriverApi", "genlock", "drv_genlock", 0x40046710, 0x40046712, false};
+}
+
+GenlockDriverApi::GenlockDriverApi(GENLOCKDRIVERAPIPARAM* param)
+    : CPlainDriverApi(S_GenlockDescriptor_X, param != nullptr ? &param->Status_S32 : nullptr)
+{
+}
+
+GenlockDriverApi::~GenlockDriverApi()
+{
+    CloseInstance(S_mDoDeviceShutdown);
+}
+
+int GenlockDriverApi::S_ForceUnload()
+{
+    return CDriverHandle::S_ForceUnload(S_GenlockDescriptor_X);
+}

@@ -1,0 +1,3 @@
+#include "CFileUtils.h"
+
+// Anchors the class's virtual table in this library.

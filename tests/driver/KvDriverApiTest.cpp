@@ -1,0 +1,102 @@
+// Driver handle semantics, each case in a fresh simulated server with its default unit.
+#include "ComramDriverApi.h"
+#include "KrpcBoardType.h"
+#include "KvDriverApi.h"
+#include "TimecodeDriverApi.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+TEST(KvDriverApiTest, MaskZeroCreatesNothing)
+{
+    EXPECT_EQ(KvDriverApi::S_GetInstance(0), nullptr);
+    EXPECT_EQ(ComramDriverApi::S_GetInstance() != nullptr, true) << "the ComRAM driver of the unit opens";
+    EXPECT_EQ(KvDriverApi::S_GetInstance(0), nullptr);
+}
+
+TEST(KvDriverApiTest, MaskNineOpensComramAndTimecodeOnlyAndIsCreatedOnce)
+{
+    KvDriverApi* pApi = KvDriverApi::S_GetInstance(9);
+    ASSERT_NE(pApi, nullptr);
+    EXPECT_EQ(KvDriverApi::S_GetInstance(9), pApi);
+    EXPECT_EQ(KvDriverApi::S_GetInstance(0), pApi);
+    KVDRIVER_PINGUINTERFACE interface_X;
+    for (uintptr_t& entry : interface_X)
+    {
+        entry = 0xDEAD;
+    }
+    EXPECT_EQ(pApi->GetKvDriverInterface(&interface_X), 0);
+    EXPECT_EQ(interface_X[PINGU_COMRAM], reinterpret_cast<uintptr_t>(ComramDriverApi::S_GetInstance()));
+    EXPECT_EQ(interface_X[PINGU_TIMECODE], reinterpret_cast<uintptr_t>(TimecodeDriverApi::S_GetInstance()));
+    EXPECT_EQ(interface_X[PINGU_DSPUART], 0u);
+    EXPECT_EQ(interface_X[PINGU_GENLOCK], 0u);
+    EXPECT_EQ(interface_X[PINGU_CEDSPUART], 0u);
+    EXPECT_EQ(interface_X[PINGU_RESERVED], 0u);
+    EXPECT_EQ(pApi->GetKvDriverInterface(nullptr), 22);
+    EXPECT_EQ(pApi->KrpcBoardType(), static_cast<int32_t>(GetKrpcBoardType()));
+
+    KvDriverApi::S_ReleaseInstance(false);
+    EXPECT_EQ(KvDriverApi::S_GetInstance(0), nullptr);
+}
+
+TEST(KvDriverApiTest, NullHandleFormsReportNotConstructed)
+{
+    KVDRIVER_PINGUINTERFACE interface_X = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(KvDriverApi::S_GetKvDriverInterface(nullptr, &interface_X), 9);
+    EXPECT_EQ(interface_X[0], 1u);
+    EXPECT_EQ(KvDriverApi::S_KrpcBoardType(nullptr), 9);
+    _MMAP_COMRAM volatile* pComram_X = reinterpret_cast<_MMAP_COMRAM volatile*>(0x1234);
+    volatile uint8_t* pIo_U8 = reinterpret_cast<volatile uint8_t*>(0x5678);
+    EXPECT_EQ(ComramDriverApi::GetComramPointer(uintptr_t{0}, 0, &pComram_X), 9);
+    EXPECT_EQ(ComramDriverApi::GetBaseIsaIoPointer(uintptr_t{0}, 0, &pIo_U8), 9);
+    EXPECT_EQ(pComram_X, reinterpret_cast<_MMAP_COMRAM volatile*>(0x1234));
+    EXPECT_EQ(pIo_U8, reinterpret_cast<volatile uint8_t*>(0x5678));
+}
+
+TEST(KvDriverApiTest, DspUartMaskAddsTimecodeAndOpensItFirst)
+{
+    KVDRIVERAPIPARAM param_X = {0x4, -7, -7};
+    KvDriverApi api(&param_X);
+    EXPECT_EQ(param_X.Mask_U32, 0x5u);
+    EXPECT_EQ(param_X.KrpcBoardType_S32, static_cast<int32_t>(GetKrpcBoardType()));
+    KVDRIVER_PINGUINTERFACE interface_X = {};
+    const int32_t status_S32 = api.GetKvDriverInterface(&interface_X);
+    EXPECT_EQ(status_S32, param_X.Status_S32);
+    EXPECT_NE(interface_X[PINGU_TIMECODE], 0u);
+    EXPECT_EQ(interface_X[PINGU_COMRAM], 0u);
+    if (status_S32 == 0)
+    {
+        EXPECT_NE(interface_X[PINGU_DSPUART], 0u);
+        EXPECT_NE(interface_X[PINGU_CEDSPUART], 0u);
+    }
+    else
+    {
+        // Timecode opened (weight 1), the DSP UART did not: 10000 x (1 + 1) + 15.
+        EXPECT_EQ(status_S32, 20015);
+        EXPECT_EQ(interface_X[PINGU_DSPUART], 0u);
+    }
+}
+
+TEST(ComramDriverApiTest, MappedRamIsSharedWithTheBoardAndOpenRulesHold)
+{
+    ComramDriverApi* pApi = ComramDriverApi::S_GetInstance();
+    ASSERT_NE(pApi, nullptr);
+    _MMAP_COMRAM volatile* pComram_X = nullptr;
+    ASSERT_EQ(pApi->GetComramPointer(0, &pComram_X), 0);
+    ASSERT_NE(pComram_X, nullptr);
+    EXPECT_EQ(pApi->GetComramPointer(1, &pComram_X), 22);
+    EXPECT_EQ(pApi->GetComramPointer(0, nullptr), 22);
+    COMRAM_OPENDEVICE open_X = {};
+    EXPECT_EQ(pApi->OpenDevice(0, &open_X), 24);
+    EXPECT_EQ(pApi->OpenDevice(0, nullptr), 22);
+    COMRAM_CLOSEDEVICE close_X = {};
+    EXPECT_EQ(pApi->CloseDevice(0, &close_X), 0);
+    EXPECT_EQ(pApi->GetComramPointer(0, &pComram_X), 9);
+    EXPECT_EQ(pApi->CloseDevice(0, &close_X), 24);
+    EXPECT_EQ(pApi->OpenDevice(0, &open_X), 0) << "a closed handle opens again";
+    EXPECT_EQ(pApi->GetComramPointer(0, &pComram_X), 0);
+    EXPECT_NE(pComram_X, nullptr);
+    ComramDriverApi::S_ReleaseInstance(false);
+}
+} // namespace

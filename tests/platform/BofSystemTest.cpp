@@ -1,0 +1,126 @@
+#include "BofSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <sys/time.h>
+
+namespace
+{
+uint64_t MonotonicMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1000u + static_cast<uint64_t>(now.tv_nsec) / 1000000u;
+}
+
+volatile sig_atomic_t GL_SignalCount_S32 = 0;
+void CountSignal(int)
+{
+    GL_SignalCount_S32 = GL_SignalCount_S32 + 1;
+}
+} // namespace
+
+TEST(BofSystem, TickCountFollowsTheRawMonotonicClockInMilliseconds)
+{
+    timespec before{};
+    clock_gettime(CLOCK_MONOTONIC_RAW, &before);
+    uint32_t tick_U32 = Bof_GetTickCount();
+    timespec after{};
+    clock_gettime(CLOCK_MONOTONIC_RAW, &after);
+    auto toMs = [](const timespec& t) {
+        return static_cast<uint32_t>((static_cast<uint64_t>(t.tv_sec) * 1000000000ull + t.tv_nsec) /
+                                     1000000ull);
+    };
+    // Unsigned differences: the count is allowed to wrap between the readings.
+    EXPECT_LE(static_cast<uint32_t>(tick_U32 - toMs(before)),
+              static_cast<uint32_t>(toMs(after) - toMs(before)));
+}
+
+TEST(BofSystem, TickCountNeverGoesBackwards)
+{
+    uint32_t previous_U32 = Bof_GetTickCount();
+    for (int i = 0; i < 2000; ++i)
+    {
+        uint32_t now_U32 = Bof_GetTickCount();
+        EXPECT_LT(static_cast<uint32_t>(now_U32 - previous_U32), 1000u);
+        previous_U32 = now_U32;
+    }
+}
+
+TEST(BofSystem, TimeStampCounterAdvances)
+{
+    uint64_t first_U64 = Bof_RdTsc();
+    Bof_Sleep(2);
+    EXPECT_GT(Bof_RdTsc(), first_U64);
+}
+
+TEST(BofSystem, SleepZeroYieldsAndReturnsAtOnce)
+{
+    uint64_t start_U64 = MonotonicMs();
+    EXPECT_EQ(Bof_Sleep(0), 0u);
+    EXPECT_LT(MonotonicMs() - start_U64, 1000u);
+}
+
+TEST(BofSystem, SleepLastsAtLeastTheAskedTime)
+{
+    for (uint32_t ms_U32 : {1u, 20u, 1005u})
+    {
+        uint64_t start_U64 = MonotonicMs();
+        EXPECT_EQ(Bof_Sleep(ms_U32), 0u);
+        EXPECT_GE(MonotonicMs() - start_U64, ms_U32) << ms_U32 << " ms";
+    }
+}
+
+TEST(BofSystem, SleepResumesAfterASignalInterruptsIt)
+{
+    struct sigaction action
+    {
+    };
+    action.sa_handler = CountSignal;
+    action.sa_flags = 0; // no SA_RESTART: nanosleep returns EINTR
+    struct sigaction previous
+    {
+    };
+    ASSERT_EQ(sigaction(SIGALRM, &action, &previous), 0) << "sigaction: " << strerror(errno);
+    GL_SignalCount_S32 = 0;
+    itimerval timer{};
+    timer.it_value.tv_usec = 100000; // first signal after 100 ms, then every 150 ms
+    timer.it_interval.tv_usec = 150000;
+    ASSERT_EQ(setitimer(ITIMER_REAL, &timer, nullptr), 0) << "setitimer: " << strerror(errno);
+
+    uint64_t start_U64 = MonotonicMs();
+    EXPECT_EQ(Bof_Sleep(500), 0u);
+    uint64_t elapsed_U64 = MonotonicMs() - start_U64;
+
+    itimerval off{};
+    setitimer(ITIMER_REAL, &off, nullptr);
+    sigaction(SIGALRM, &previous, nullptr);
+    EXPECT_GE(GL_SignalCount_S32, 1);
+    EXPECT_GE(elapsed_U64, 500u);
+}
+
+TEST(BofSystem, FormattingCutsToTheBoundAndReportsTheFullLength)
+{
+    char small[8];
+    memset(small, 'x', sizeof(small));
+    EXPECT_EQ(Bof_Snprintf(small, sizeof(small), "%s-%d", "abcdef", 42), 9);
+    EXPECT_STREQ(small, "abcdef-");
+
+    char untouched[4] = {'a', 'b', 'c', 'd'};
+    EXPECT_EQ(Bof_Snprintf(untouched, 0, "%s", "text"), 4);
+    EXPECT_EQ(untouched[0], 'a');
+
+    std::string longText(10000, 'y');
+    std::string buffer(9000, 'z');
+    EXPECT_EQ(Bof_Sprintf(&buffer[0], "%s", longText.c_str()), 10000);
+    EXPECT_EQ(strlen(buffer.c_str()), 8191u);
+    EXPECT_EQ(buffer[8192], 'z'); // nothing written past the fixed bound
+
+    char exact[32];
+    EXPECT_EQ(Bof_Sprintf(exact, "%05.1f|%-3s|%x", 3.14159, "a", 255u), 12);
+    EXPECT_STREQ(exact, "003.1|a  |ff");
+}
