@@ -83,14 +83,22 @@ TEST(StartUpSwitchLog, SizeLimitKeepsAFullLogAndMovesALargerOneAsideForOneSilent
     }
 }
 
-TEST(StartUpSwitchLog, WithoutTheLogDirectoryNothingIsWrittenOrPrinted)
+TEST(StartUpSwitchLog, WithoutTheLogDirectoryNothingIsWrittenAndNothingMoreIsPrinted)
 {
+    CSarvikSandbox withLog;
+    const SToolResult normal = withLog.Run();
+    ExpectQuietSuccess(normal);
+
+    // The simulated server recreates a missing log folder; a link to nowhere is just as absent
+    // for the tool.
     CSarvikSandbox sandbox;
     ASSERT_EQ(rmdir(sandbox.LogDir().c_str()), 0);
+    ASSERT_EQ(symlink("/nonexistent/sarvik-log", sandbox.LogDir().c_str()), 0);
     const SToolResult result = sandbox.Run();
     ExpectQuietSuccess(result);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(FileSize(sandbox.LogDir()), -1);
+    EXPECT_EQ(result.out, normal.out);
+    EXPECT_EQ(FileSize(sandbox.SwitchLog()), -1);
+    EXPECT_EQ(FileSize("/nonexistent"), -1);
 }
 
 TEST(StartUpSwitchLog, DatesAfter2038AreStampedRight)
