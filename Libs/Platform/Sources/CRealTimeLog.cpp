@@ -368,7 +368,10 @@ void CRealTimeLog::WriteBatch()
 void CRealTimeLog::RotateIfTooLarge()
 {
     // The size is counted as lines are written, so that the check costs no system call per line.
-    if (mFileSize_S64 < 0 || static_cast<uint64_t>(mFileSize_S64) <= mMaxFileSize_U32)
+    // A second Open clears the stored name while the first file stays open: with nothing to
+    // rename, keep writing to that file rather than lose it.
+    if (mFileSize_S64 < 0 || static_cast<uint64_t>(mFileSize_S64) <= mMaxFileSize_U32 ||
+        mFileName_U8[0] == '\0')
     {
         return;
     }
