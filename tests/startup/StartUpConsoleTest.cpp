@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <dirent.h>
@@ -189,8 +190,14 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
     ASSERT_TRUE(WaitFor([&] { return IsRaw(pty.Settings()); })) << "no echo, keys one by one, no SIGINT";
     pid_t tool = -1;
     ASSERT_TRUE(WaitFor([&] { return (tool = FindTool(started)) > 0; }));
-    const std::vector<std::string> threads = ThreadNames(tool);
-    EXPECT_NE(std::find(threads.begin(), threads.end(), "CRtLog"), threads.end());
+    // The console is set up before the switch log, so the writer may still be starting here.
+    EXPECT_TRUE(WaitFor(
+        [&]
+        {
+            const std::vector<std::string> threads = ThreadNames(tool);
+            return std::find(threads.begin(), threads.end(), "CRtLog") != threads.end();
+        }))
+        << "no CRtLog thread in the running tool";
 
     // A key is readable at once, without a newline, and is not echoed back.
     ASSERT_EQ(write(pty.master, "k", 1), 1);
