@@ -79,12 +79,12 @@ INSTANTIATE_TEST_SUITE_P(
     Models, WakeUpModelTest,
     ::testing::Values(
         // ZEBX keeps the version bytes whole and has no jumpers.
-        SModelCase{"ZEBX", {"--board", "ZEBX", "--ident", "0x12", "--version", "0x37,0x45"}, 0, 0x37, 0, 0x45, true},
-        SModelCase{"Q5K", {"--board", "Q5K", "--ident", "0xB2", "--version", "0x53,0x24"}, 1, 3, 5, 4, true},
+        SModelCase{"ZEBX", {"--board", "ZEBX", "--ident", "0x12", "--board-version", "0x37,0x45"}, 0, 0x37, 0, 0x45, true},
+        SModelCase{"Q5K", {"--board", "Q5K", "--ident", "0xB2", "--board-version", "0x53,0x24"}, 1, 3, 5, 4, true},
         // A zero low nibble means the jumpers are not readable: reported as 0.
-        SModelCase{"Q5K_no_jumpers", {"--board", "Q5K", "--ident", "0xB2", "--version", "0x50,0x2F"}, 1, 0, 0, 0xF, true},
-        SModelCase{"Q5KP", {"--board", "Q5KP", "--ident", "0xC5", "--version", "0x23,0x41"}, 2, 3, 2, 1, false},
-        SModelCase{"Q5KP_variant", {"--board", "Q5KP-V", "--ident", "0xC5", "--version", "0x2A,0x41"}, 3, 0xA, 2, 1, false}),
+        SModelCase{"Q5K_no_jumpers", {"--board", "Q5K", "--ident", "0xB2", "--board-version", "0x50,0x2F"}, 1, 0, 0, 0xF, true},
+        SModelCase{"Q5KP", {"--board", "Q5KP", "--ident", "0xC5", "--board-version", "0x23,0x41"}, 2, 3, 2, 1, false},
+        SModelCase{"Q5KP_variant", {"--board", "Q5KP-V", "--ident", "0xC5", "--board-version", "0x2A,0x41"}, 3, 0xA, 2, 1, false}),
     [](const ::testing::TestParamInfo<SModelCase>& info) { return std::string(info.param.pName_c); });
 
 TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
