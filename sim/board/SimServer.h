@@ -59,6 +59,7 @@ public:
     uint64_t i2cByteNs = 25'000;
     uint64_t eepromWriteCycleNs = 5'000'000;
     uint64_t q7kBootDelayNs = 200'000'000;
+    uint64_t uartByteNs = 260'417; // 38400 baud, 10 bits a character
 
 private:
     bool identSet_ = false;
@@ -80,7 +81,8 @@ public:
     static constexpr uint32_t kComramSize = 0x8000;
     static constexpr uint32_t kEepromSize = 0x8000;
 
-    SimServer(const BoardConfig& config, uint8_t* eeprom /* kEepromSize bytes, persistent, owned by the caller */,
+    SimServer(const BoardConfig& config,
+              uint8_t* eeprom /* kEepromSize bytes, persistent, owned by the caller */,
               TraceSink* trace /* may be null */);
     ~SimServer();
     SimServer(const SimServer&) = delete;

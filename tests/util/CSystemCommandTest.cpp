@@ -83,6 +83,32 @@ TEST_F(CSystemCommandTest, HostileCallerEnvironmentDoesNotReachTheShell)
     EXPECT_EQ(std::string(getenv("PATH")), hostilePath);
 }
 
+TEST_F(CSystemCommandTest, CommandOutputNeverReachesTheToolsStreams)
+{
+    // Our stdout and stderr are files we can read back afterwards.
+    const std::string outPath = mDir + "/out.txt";
+    const std::string errPath = mDir + "/err.txt";
+    const int savedOut = dup(1);
+    const int savedErr = dup(2);
+    ASSERT_TRUE(freopen(outPath.c_str(), "w", stdout) != nullptr);
+    ASSERT_TRUE(freopen(errPath.c_str(), "w", stderr) != nullptr);
+    const int found = CSystemCommand::Run("echo to-stdout; echo to-stderr >&2; exit 0");
+    const int missing = CSystemCommand::Run("no-such-command-anywhere -s drv_comram");
+    printf("after\n");
+    fflush(stdout);
+    dup2(savedOut, 1);
+    dup2(savedErr, 2);
+    close(savedOut);
+    close(savedErr);
+
+    ASSERT_TRUE(WIFEXITED(found));
+    EXPECT_EQ(WEXITSTATUS(found), 0);
+    ASSERT_TRUE(WIFEXITED(missing));
+    EXPECT_EQ(WEXITSTATUS(missing), 127);
+    EXPECT_EQ(Read(outPath), "after\n") << "our own stdout must work again after the call";
+    EXPECT_EQ(Read(errPath), "");
+}
+
 TEST_F(CSystemCommandTest, PassesTheCommandsExitStatusBack)
 {
     for (int code : {0, 1, 3})

@@ -1,0 +1,3 @@
+#include "CSysLogDestination.h"
+
+CSysLogDestination::~CSysLogDestination() = default;

@@ -1,0 +1,8 @@
+#include "CSocketLayerInitializer.h"
+
+#include <csignal>
+
+CSocketLayerInitializer::CSocketLayerInitializer()
+{
+    signal(SIGPIPE, SIG_IGN);
+}

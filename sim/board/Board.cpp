@@ -1,0 +1,263 @@
+#include "Board.h"
+
+#include "TraceJson.h"
+
+#include <algorithm>
+
+namespace sim
+{
+
+namespace
+{
+
+constexpr uint8_t kPending = 0x80;
+constexpr uint8_t kDefaultI2cDevice = 0xA2;
+// A stuck RAM data bit: the memory check word never reads back as written.
+constexpr uint8_t kStuckRamBit = 0x20;
+
+} // namespace
+
+Board::Board(const BoardConfig& config, uint8_t* eeprom, TraceSink* trace)
+    : config_(config), faults_(config.faults, config.seed), trace_(trace), bus_(config.i2cByteNs),
+      eeprom_(eeprom, config.eepromWriteCycleNs), cpu_(bus_),
+      i2c_(faults_, zone_, bus_, config.commandLatencyNs, trace),
+      bootstrap_(config_, faults_, zone_, cpu_, i2c_),
+      uart_(config.uartByteNs,
+            [this](uint8_t byte, bool garbled, uint64_t t)
+            {
+                if (garbled)
+                    TraceJson(t, "psu").str("rx", "garbled").emitTo(trace_);
+                else
+                    psu_.receive(byte, t);
+            }),
+      psu_(
+          PsuController::kAllComponents, [this](uint8_t mask, uint64_t t) { switchComponents(mask, t); },
+          [this](uint8_t byte, uint64_t t) { TraceJson(t, "psu").hex8("rejected", byte).emitTo(trace_); }),
+      regs_(config.q7kRegs, uart_)
+{
+    faults_.applyBitFlips(eeprom);
+    uint32_t pageWrites = 0;
+    if (faults_.powerCut(&pageWrites))
+        eeprom_.cutPowerAfter(pageWrites);
+    I2cDevice* identity = &eeprom_;
+    if (faults_.eepromBusyCount() > 0)
+    {
+        busyEeprom_.reset(new BusyFaultDevice(eeprom_, faults_.eepromBusyCount()));
+        identity = busyEeprom_.get();
+    }
+    bus_.attach(I2cService::kEepromAddress, identity);
+    bus_.attach(kDefaultI2cDevice, &ackDevice_);
+    if (faults_.i2cStuck())
+        bus_.holdSdaLow(faults_.i2cStuckHard() ? 0 : 1 + faults_.rng().below(9));
+    // A powered server's board has been woken before: its firmware runs and takes commands.
+    fw_ = faults_.ucodeAbsent() ? Firmware::Absent : Firmware::MicroCode;
+    zone_.set(CommandZone::kAddress, kDefaultI2cDevice);
+}
+
+bool Board::ramUsable() const
+{
+    return q7k() || (fw_ != Firmware::Reset && fw_ != Firmware::RamWait);
+}
+
+void Board::enter(Firmware next, uint64_t atNs, const char* state)
+{
+    fw_ = next;
+    TraceJson(atNs, "board").str("state", state).emitTo(trace_);
+}
+
+void Board::advance(uint64_t nowNs)
+{
+    uart_.advance(nowNs);
+    if (fw_ == Firmware::RamWait && nowNs >= readyAtNs_)
+    {
+        enter(Firmware::BootWait, readyAtNs_, "ram-ready");
+        readyAtNs_ += config_.bootstrapDelayNs;
+    }
+    if (fw_ == Firmware::BootWait && nowNs >= readyAtNs_)
+    {
+        if (faults_.bootstrapSilent())
+            enter(Firmware::Silent, readyAtNs_, "bootstrap-hung");
+        else
+        {
+            enter(Firmware::Bootstrap, readyAtNs_, "bootstrap");
+            // The bootstrap leaves its default I2C device in the address byte; the toolbox's
+            // probe relies on it, as it never writes that byte itself.
+            zone_.set(CommandZone::kAddress, kDefaultI2cDevice);
+            firmwareStarted(readyAtNs_);
+        }
+    }
+    if (fw_ == Firmware::Booting && nowNs >= readyAtNs_)
+    {
+        if (faults_.ucodeAbsent())
+            enter(Firmware::Absent, readyAtNs_, "ucode-absent");
+        else
+        {
+            enter(Firmware::MicroCode, readyAtNs_, "ucode-running");
+            firmwareStarted(readyAtNs_);
+        }
+    }
+    // Completions in time order; a write the host made meanwhile is overwritten by the answer.
+    std::stable_sort(pending_.begin(), pending_.end(),
+                     [](const Pending& a, const Pending& b) { return a.atNs < b.atNs; });
+    size_t done = 0;
+    while (done < pending_.size() && pending_[done].atNs <= nowNs)
+    {
+        for (const auto& w : pending_[done].writes)
+            zone_.set(w.first, w.second);
+        ++done;
+    }
+    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(done));
+}
+
+void Board::firmwareStarted(uint64_t atNs)
+{
+    // Requests posted while the firmware was starting are latched and taken now.
+    if (q7k() ? zone_.get(CommandZone::kStatus) == kPending : zone_.get(CommandZone::kDoorbell) != 0)
+        take(CommandZone::kOpcode, atNs);
+    for (uint32_t mailbox : {CommandZone::kMailbox1, CommandZone::kMailbox2})
+        if (zone_.get(mailbox + 1) == kPending)
+            take(mailbox, atNs);
+}
+
+void Board::setResetLine(uint8_t value, uint64_t nowNs)
+{
+    const uint8_t before = zone_.get(CommandZone::kResetLine);
+    zone_.set(CommandZone::kResetLine, value);
+    TraceJson(nowNs, "reset").num("line", value).emitTo(trace_);
+    if (value != 0)
+    {
+        pending_.clear();
+        cpu_.reset();
+        bootstrap_.reset();
+        enter(Firmware::Reset, nowNs, "reset");
+        return;
+    }
+    if (before == 0 || faults_.resetStuck())
+        return;
+    readyAtNs_ = nowNs + config_.ramCheckDelayNs;
+    fw_ = Firmware::RamWait;
+}
+
+void Board::take(uint32_t mailbox, uint64_t nowNs)
+{
+    if (fw_ == Firmware::Absent || !serving())
+        return;
+    if (mailbox == CommandZone::kOpcode)
+        zone_.set(CommandZone::kDoorbell, 0);
+    const uint8_t opcode = zone_.get(mailbox);
+    const bool microCode = fw_ == Firmware::MicroCode;
+    TraceJson line(nowNs, "cmd");
+    line.hex("mbx", mailbox, 4).hex8("op", opcode).str("by", microCode ? "ucode" : "bootstrap");
+    if (microCode && faults_.ucodeTimesOut())
+    {
+        line.null("status").emitTo(trace_);
+        return;
+    }
+    CommandResult result = bootstrap_.execute(opcode, nowNs, microCode, line);
+    if (result.latencyNs == 0)
+        result.latencyNs = config_.commandLatencyNs;
+    const uint8_t shown = faults_.stuckStatus() ? faults_.stuckStatus() : result.status;
+    if (shown != result.status)
+        line.hex8("real_status", result.status);
+    result.answer.emplace_back(mailbox + 1, shown);
+    const uint64_t doneNs = nowNs + result.latencyNs;
+    pending_.push_back({doneNs, std::move(result.answer)});
+    line.hex8("status", shown).num("done_us", doneNs / 1000).emitTo(trace_);
+    // The bootstrap hands over to the micro-code once the host has identified the board.
+    if (fw_ == Firmware::Bootstrap && opcode == 0x03 && result.status == 0)
+        enter(faults_.ucodeAbsent() ? Firmware::Absent : Firmware::MicroCode, doneNs,
+              faults_.ucodeAbsent() ? "ucode-absent" : "ucode-running");
+}
+
+void Board::switchComponents(uint8_t mask, uint64_t nowNs)
+{
+    TraceJson(nowNs, "psu")
+        .hex8("mask", mask)
+        .str("state", mask == PsuController::kAllComponents ? "on" : "off")
+        .emitTo(trace_);
+    if (!q7k())
+        return;
+    if (mask != PsuController::kAllComponents)
+    {
+        pending_.clear();
+        if (fw_ != Firmware::Off)
+            enter(Firmware::Off, nowNs, "off");
+        return;
+    }
+    if (fw_ == Firmware::Off)
+    {
+        enter(Firmware::Booting, nowNs, "booting");
+        readyAtNs_ = nowNs + config_.q7kBootDelayNs;
+    }
+}
+
+uint8_t Board::comramRead(uint32_t offset, uint64_t nowNs)
+{
+    offset %= CommandZone::kSize;
+    advance(nowNs);
+    if (!q7k() && offset == CommandZone::kResetLine)
+        return zone_.get(offset);
+    if (!ramUsable())
+        return 0xFF;
+    const uint8_t value = zone_.get(offset);
+    return (!q7k() && faults_.ramCheckFails()) ? static_cast<uint8_t>(value | kStuckRamBit) : value;
+}
+
+void Board::comramWrite(uint32_t offset, uint8_t value, uint64_t nowNs)
+{
+    offset %= CommandZone::kSize;
+    advance(nowNs);
+    if (!q7k() && offset == CommandZone::kResetLine)
+    {
+        setResetLine(value, nowNs);
+        return;
+    }
+    if (!ramUsable())
+        return;
+    zone_.set(offset, value);
+    if (offset == CommandZone::kDoorbell)
+    {
+        // The Q7K's micro-code looks at the mailbox on any doorbell write; the other boards
+        // take an interface-0 command when the doorbell is rung.
+        if (q7k() ? zone_.get(CommandZone::kStatus) == kPending : value != 0)
+            take(CommandZone::kOpcode, nowNs);
+    }
+    else if ((offset == CommandZone::kMailbox1 + 1 || offset == CommandZone::kMailbox2 + 1) &&
+             value == kPending)
+        take(offset - 1, nowNs);
+}
+
+void Board::traceReg(uint16_t port, uint8_t value, const char* dir, uint64_t nowNs)
+{
+    TraceJson line(nowNs, "reg");
+    line.hex("port", port, 3);
+    if (port == Q7kRegisterFile::kDataPort && q7k())
+        line.num("index", regs_.index());
+    line.hex8("value", value).str("dir", dir).emitTo(trace_);
+}
+
+uint8_t Board::portRead(uint16_t port, uint64_t nowNs)
+{
+    advance(nowNs);
+    uint8_t value = 0xFF; // nothing decodes the port: the bus floats high
+    if (q7k() && port == Q7kRegisterFile::kIndexPort)
+        value = regs_.index();
+    else if (q7k() && port == Q7kRegisterFile::kDataPort)
+        value = regs_.readData(nowNs);
+    traceReg(port, value, "r", nowNs);
+    advance(nowNs);
+    return value;
+}
+
+void Board::portWrite(uint16_t port, uint8_t value, uint64_t nowNs)
+{
+    advance(nowNs);
+    traceReg(port, value, "w", nowNs);
+    if (q7k() && port == Q7kRegisterFile::kIndexPort)
+        regs_.selectIndex(value);
+    else if (q7k() && port == Q7kRegisterFile::kDataPort)
+        regs_.writeData(value, nowNs);
+    advance(nowNs);
+}
+
+} // namespace sim

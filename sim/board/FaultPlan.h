@@ -1,0 +1,85 @@
+// The faults one simulated board shows, parsed from "NAME[=ARGS]" and kept with their counters.
+#pragma once
+
+#include "Rng.h"
+#include "SimServer.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace sim
+{
+
+class FaultPlan
+{
+public:
+    static constexpr uint32_t kOldCopy = 3;
+
+    // Parses one fault text; false with an error naming the fault and the bad argument.
+    static bool parse(const std::string& text, FaultSpec* out, std::string* error);
+    // "name[=args]  description" lines, one per fault.
+    static std::vector<std::string> descriptions();
+
+    FaultPlan(const std::vector<FaultSpec>& faults, uint64_t seed);
+
+    bool resetStuck() const { return resetStuck_; }
+    bool ramCheckFails() const { return ramCheckFail_; }
+    bool bootstrapSilent() const { return bootstrapSilent_; }
+    // 0 when the opcode is answered normally, else the failure status it answers.
+    uint8_t identFailStatus() const { return identFail_; }
+    uint8_t versionFailStatus() const { return versionFail_; }
+    uint8_t wakeupStepFailStatus() const { return wakeupStepFail_; }
+    bool i2cStuck() const { return i2cStuck_ || i2cStuckHard_; }
+    bool i2cStuckHard() const { return i2cStuckHard_; }
+    bool ucodeAbsent() const { return ucodeAbsent_; }
+    bool ucodeRefuses() const { return ucodeRefuse_; }
+    bool ucodeTimesOut() const { return ucodeTimeout_; }
+    uint32_t eepromBusyCount() const { return eepromBusy_; }
+    bool powerCut(uint32_t* pageWrites) const;
+    // 0 when no status is stuck, else 0x80 or 0xFF.
+    uint8_t stuckStatus() const { return stuckStatus_; }
+
+    // The status a transfer touching EEPROM byte address `address` answers instead of running,
+    // or 0; counts the fault down.
+    uint8_t takePageStatus(uint16_t address);
+    // Applies the seeded bit flips to a 32 KiB image (only into records that are intact).
+    void applyBitFlips(uint8_t* eeprom);
+
+    Rng& rng() { return rng_; }
+
+private:
+    struct PageStatus
+    {
+        uint16_t page;
+        uint8_t status;
+        uint32_t remaining; // 0 = forever
+        bool counted;
+    };
+    struct BitFlip
+    {
+        uint32_t copy;
+        uint32_t bits;
+    };
+
+    Rng rng_;
+    bool resetStuck_ = false;
+    bool ramCheckFail_ = false;
+    bool bootstrapSilent_ = false;
+    uint8_t identFail_ = 0;
+    uint8_t versionFail_ = 0;
+    uint8_t wakeupStepFail_ = 0;
+    bool i2cStuck_ = false;
+    bool i2cStuckHard_ = false;
+    bool ucodeAbsent_ = false;
+    bool ucodeRefuse_ = false;
+    bool ucodeTimeout_ = false;
+    uint32_t eepromBusy_ = 0;
+    bool powerCutSet_ = false;
+    uint32_t powerCutAfter_ = 0;
+    uint8_t stuckStatus_ = 0;
+    std::vector<PageStatus> pageStatus_;
+    std::vector<BitFlip> bitFlips_;
+};
+
+} // namespace sim

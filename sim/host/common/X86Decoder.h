@@ -1,0 +1,35 @@
+// Just enough of the 32-bit x86 instruction set to emulate the product's accesses to the
+// board: which bytes a memory instruction stores, and what a port instruction does.
+#pragma once
+
+#include <cstdint>
+
+namespace simhost
+{
+
+struct MemoryAccess
+{
+    bool known = false; // false: an opcode this decoder does not know
+    bool writes = false;
+    int size = 0; // bytes read or written at the faulting address
+};
+
+struct PortInstruction
+{
+    bool valid = false;
+    bool input = false;     // in (true) or out (false)
+    bool fromDx = false;    // port in DX, else the immediate byte
+    uint8_t immediate = 0;
+    int size = 0;   // 1, 2 or 4 bytes
+    int length = 0; // instruction length in bytes, prefix included
+};
+
+class X86Decoder
+{
+public:
+    // `code` must point at least 16 readable bytes (the longest instruction).
+    static MemoryAccess decodeAccess(const uint8_t* code);
+    static PortInstruction decodePort(const uint8_t* code);
+};
+
+} // namespace simhost

@@ -1,0 +1,36 @@
+// The command line of sarvik-sim: `sarvik-sim [options] -- COMMAND [ARGS...]`.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace simhost
+{
+
+struct LauncherOptions
+{
+    std::vector<std::pair<std::string, std::string>> boardSettings; // BoardConfig key, value
+    std::string eeprom;
+    std::string root;
+    std::string syslog;
+    std::string trace;
+    double speed = 1.0;
+    bool dateGiven = false;
+    int64_t wallStartNs = 0;
+    int hostBoard = 1;
+    bool modulesLoaded = true;
+    bool noDrivers = false;
+    bool pty = false;
+    bool help = false;
+    std::vector<std::string> command;
+
+    // Host faults, each with its one-line description.
+    static std::vector<std::string> hostFaultNames();
+    // false with a message for the user; `date` converts a --date text to ns since the epoch.
+    bool parse(int argc, char** argv, std::string* error);
+    static std::string usage();
+};
+
+} // namespace simhost

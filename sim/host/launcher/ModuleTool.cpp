@@ -1,0 +1,157 @@
+#include "ModuleTool.h"
+
+#include "RunConfig.h"
+#include "TraceFile.h"
+#include "JsonLine.h"
+#include "VirtualClock.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace simhost
+{
+
+namespace
+{
+
+void traceCall(const RunConfig& config, const char* command, const std::string& module, int status)
+{
+    TraceFile trace(config.get("trace"));
+    const VirtualClock clock(config.getInt("mono_start_ns", 0), config.getInt("wall_start_ns", 0),
+                             config.getDouble("speed", 1.0));
+    trace.emit(JsonLine(static_cast<uint64_t>(clock.monotonicNow()), command)
+                   .str("module", module)
+                   .num("status", status)
+                   .text());
+}
+
+bool exists(const std::string& path)
+{
+    struct stat st;
+    return stat(path.c_str(), &st) == 0;
+}
+
+void report(bool toSyslog, const char* ident, const std::string& text)
+{
+    if (toSyslog)
+    {
+        openlog(ident, LOG_PID, LOG_DAEMON);
+        syslog(LOG_ERR, "%s", text.c_str());
+        closelog();
+    }
+    else
+        std::fprintf(stderr, "%s: %s\n", ident, text.c_str());
+}
+} // namespace
+
+std::string ModuleTool::nodeOf(const std::string& module)
+{
+    if (module == "drv_comram")
+        return "comram0";
+    if (module == "drv_timecode")
+        return "timecode0";
+    if (module == "drv_genlock")
+        return "genlock0";
+    if (module == "drv_dspuart")
+        return "dspuart0";
+    if (module == "drv_zeb")
+        return "zeb0";
+    return "";
+}
+
+bool ModuleTool::load(const std::string& runDir, const std::string& module, std::string* error)
+{
+    for (const std::string& path : {runDir + "/dev/" + nodeOf(module), runDir + "/modules/" + module})
+    {
+        std::ofstream file(path);
+        if (!file)
+        {
+            *error = "open(" + path + "): " + std::strerror(errno);
+            return false;
+        }
+    }
+    chmod((runDir + "/dev/" + nodeOf(module)).c_str(), 0666);
+    return true;
+}
+
+int ModuleTool::run(int argc, char** argv)
+{
+    if (argc < 2)
+        return 2;
+    const std::string runDir = argv[0];
+    const std::string command = argv[1];
+    if (command == "modprobe")
+        return modprobe(runDir, argc - 2, argv + 2);
+    if (command == "rmmod")
+        return rmmod(runDir, argc - 2, argv + 2);
+    return 2;
+}
+
+int ModuleTool::modprobe(const std::string& runDir, int argc, char** argv)
+{
+    RunConfig config;
+    config.load(runDir);
+    bool toSyslog = false;
+    std::string module;
+    for (int i = 0; i < argc; ++i)
+    {
+        const std::string arg = argv[i];
+        if (arg == "-s" || arg == "--syslog")
+            toSyslog = true;
+        else if (!arg.empty() && arg[0] != '-' && module.empty())
+            module = arg;
+    }
+    int status = 0;
+    std::string error;
+    if (module.empty())
+    {
+        report(toSyslog, "modprobe", "ERROR: missing module name.");
+        status = 1;
+    }
+    else if (config.getInt("no_drivers", 0) != 0 || nodeOf(module).empty())
+    {
+        struct utsname uts{};
+        uname(&uts);
+        report(toSyslog, "modprobe",
+               "FATAL: Module " + module + " not found in directory /lib/modules/" + uts.release);
+        status = 1;
+    }
+    else if (!exists(runDir + "/modules/" + module) && !load(runDir, module, &error))
+    {
+        report(toSyslog, "modprobe", error);
+        status = 1;
+    }
+    traceCall(config, "modprobe", module, status);
+    return status;
+}
+
+int ModuleTool::rmmod(const std::string& runDir, int argc, char** argv)
+{
+    RunConfig config;
+    config.load(runDir);
+    std::string module;
+    for (int i = 0; i < argc; ++i)
+        if (argv[i][0] != '-' && module.empty())
+            module = argv[i];
+    int status = 0;
+    if (module.empty() || !exists(runDir + "/modules/" + module))
+    {
+        std::fprintf(stderr, "rmmod: ERROR: Module %s is not currently loaded\n", module.c_str());
+        status = 1;
+    }
+    else
+    {
+        unlink((runDir + "/modules/" + module).c_str());
+        unlink((runDir + "/dev/" + nodeOf(module)).c_str());
+    }
+    traceCall(config, "rmmod", module, status);
+    return status;
+}
+
+} // namespace simhost

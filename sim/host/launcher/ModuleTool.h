@@ -1,0 +1,27 @@
+// The kernel module commands of the simulated server. `modprobe NAME` loads a driver module and
+// its device node appears; `rmmod NAME` removes both. The run's /bin/modprobe and /bin/rmmod
+// scripts call sarvik-sim back in this mode; each call is recorded in the trace.
+#pragma once
+
+#include <string>
+
+namespace simhost
+{
+
+class ModuleTool
+{
+public:
+    static constexpr const char* kOption = "--module-tool";
+
+    // argv: run directory, "modprobe" or "rmmod", then the command's own arguments.
+    static int run(int argc, char** argv);
+    static bool load(const std::string& runDir, const std::string& module, std::string* error);
+
+private:
+    static int modprobe(const std::string& runDir, int argc, char** argv);
+    static int rmmod(const std::string& runDir, int argc, char** argv);
+    // The node a module's driver creates ("comram0"), empty for unknown modules.
+    static std::string nodeOf(const std::string& module);
+};
+
+} // namespace simhost

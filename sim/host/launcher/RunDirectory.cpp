@@ -1,0 +1,198 @@
+#include "RunDirectory.h"
+
+#include "ModuleTool.h"
+#include "SimServer.h"
+#include "VirtualClock.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <ftw.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace simhost
+{
+
+const char* const RunDirectory::kHostDevices[] = {"null", "zero", "full", "random", "urandom", "tty", "ptmx", nullptr};
+
+namespace
+{
+std::string failure(const char* call, const std::string& what)
+{
+    return std::string(call) + "(" + what + "): " + std::strerror(errno);
+}
+
+bool touch(const std::string& path, std::string* error)
+{
+    std::ofstream file(path);
+    if (!file)
+    {
+        *error = failure("open", path);
+        return false;
+    }
+    return true;
+}
+
+bool makeDir(const std::string& path, std::string* error)
+{
+    if (mkdir(path.c_str(), 0755) != 0 && errno != EEXIST)
+    {
+        *error = failure("mkdir", path);
+        return false;
+    }
+    return true;
+}
+
+bool makeLink(const char* target, const std::string& path, std::string* error)
+{
+    if (symlink(target, path.c_str()) != 0)
+    {
+        *error = failure("symlink", path);
+        return false;
+    }
+    return true;
+}
+
+int removeEntry(const char* path, const struct stat*, int type, struct FTW*)
+{
+    return type == FTW_DP ? rmdir(path) : unlink(path);
+}
+} // namespace
+
+RunDirectory::~RunDirectory()
+{
+    if (!path_.empty())
+        nftw(path_.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
+}
+
+bool RunDirectory::create(const LauncherOptions& options, const std::string& selfPath, std::string* error)
+{
+    char pattern[] = "/tmp/sarvik-sim.XXXXXX";
+    if (mkdtemp(pattern) == nullptr)
+    {
+        *error = failure("mkdtemp", pattern);
+        return false;
+    }
+    path_ = pattern;
+    chmod(path_.c_str(), 0755);
+    const std::string dev = devDir();
+    if (!makeDir(dev, error) || !makeDir(dev + "/pts", error) || !makeDir(dev + "/shm", error) ||
+        !makeDir(mntDir(), error) || !makeDir(binDir(), error) || !makeDir(path_ + "/modules", error))
+        return false;
+    for (int i = 0; kHostDevices[i] != nullptr; ++i)
+        if (!touch(dev + "/" + kHostDevices[i], error))
+            return false;
+    if (!makeLink("/proc/self/fd", dev + "/fd", error) || !makeLink("/proc/self/fd/0", dev + "/stdin", error) ||
+        !makeLink("/proc/self/fd/1", dev + "/stdout", error) || !makeLink("/proc/self/fd/2", dev + "/stderr", error))
+        return false;
+    if (!options.noDrivers && options.hostBoard == 1 && !touch(dev + "/zq8_0", error))
+        return false;
+    if (options.root.empty())
+    {
+        if (!makeDir(mntDir() + "/APPS", error) || !makeDir(mntDir() + "/APPS/data", error) ||
+            !makeDir(mntDir() + "/APPS/data/log", error))
+            return false;
+    }
+    else if (!makeDir(mntDir() + "/APPS", error))
+        return false;
+
+    RunConfig config;
+    config.set("speed", std::to_string(options.speed));
+    const int64_t monoStart = VirtualClock::realNs(VirtualClock::kMonotonic);
+    config.set("mono_start_ns", std::to_string(monoStart));
+    config.set("wall_start_ns", std::to_string(options.dateGiven ? options.wallStartNs
+                                                                 : VirtualClock::realNs(VirtualClock::kRealtime)));
+    config.set("host_board", std::to_string(options.hostBoard));
+    config.set("no_drivers", options.noDrivers ? "1" : "0");
+    config.set("trace", options.trace);
+    config.set("eeprom", eepromPath());
+    if (!config.save(path_))
+    {
+        *error = failure("write", path_ + "/" + RunConfig::kFileName);
+        return false;
+    }
+    if (!writeBoardConfig(options, error) || !writeEeprom(options, error) || !writeModuleCommands(selfPath, error))
+        return false;
+    if (options.modulesLoaded && !options.noDrivers)
+    {
+        for (const char* module : {"drv_comram", "drv_timecode"})
+            if (!ModuleTool::load(path_, module, error))
+                return false;
+    }
+    return true;
+}
+
+bool RunDirectory::writeBoardConfig(const LauncherOptions& options, std::string* error) const
+{
+    std::ofstream out(path_ + "/board.conf");
+    for (const auto& [key, value] : options.boardSettings)
+        out << key << '=' << value << '\n';
+    if (!out.flush())
+    {
+        *error = failure("write", path_ + "/board.conf");
+        return false;
+    }
+    return true;
+}
+
+bool RunDirectory::writeEeprom(const LauncherOptions& options, std::string* error) const
+{
+    std::vector<uint8_t> image;
+    std::ifstream in(options.eeprom, std::ios::binary);
+    if (!options.eeprom.empty() && in)
+    {
+        image.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        if (image.size() != sim::SimServer::kEepromSize)
+        {
+            *error = options.eeprom + ": an EEPROM image holds 32768 bytes, this file " + std::to_string(image.size());
+            return false;
+        }
+    }
+    else
+        image = sim::sampleEepromImage();
+    std::ofstream out(eepromPath(), std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(image.data()), static_cast<std::streamsize>(image.size()));
+    if (!out.flush())
+    {
+        *error = failure("write", eepromPath());
+        return false;
+    }
+    return true;
+}
+
+bool RunDirectory::saveEeprom(const LauncherOptions& options, std::string* error) const
+{
+    if (options.eeprom.empty())
+        return true;
+    std::ifstream in(eepromPath(), std::ios::binary);
+    std::ofstream out(options.eeprom, std::ios::binary | std::ios::trunc);
+    out << in.rdbuf();
+    if (!out.flush())
+    {
+        *error = failure("write", options.eeprom);
+        return false;
+    }
+    return true;
+}
+
+bool RunDirectory::writeModuleCommands(const std::string& selfPath, std::string* error) const
+{
+    // Absolute paths only: the tool may call the commands with a cleaned environment.
+    for (const char* command : {"modprobe", "rmmod"})
+    {
+        const std::string path = binDir() + "/" + command;
+        std::ofstream out(path);
+        out << "#!/bin/sh\nexec '" << selfPath << "' " << ModuleTool::kOption << " '" << path_ << "' " << command
+            << " \"$@\"\n";
+        if (!out.flush() || chmod(path.c_str(), 0755) != 0)
+        {
+            *error = failure("write", path);
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace simhost

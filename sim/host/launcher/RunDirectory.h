@@ -1,0 +1,44 @@
+// The private directory of one run: the sandbox's /dev and /mnt trees, the module commands,
+// the settings the interposer reads and the working copy of the EEPROM image. It is removed
+// when the run ends.
+#pragma once
+
+#include "LauncherOptions.h"
+#include "RunConfig.h"
+
+#include <string>
+
+namespace simhost
+{
+
+class RunDirectory
+{
+public:
+    // The devices of the host that the sandbox's /dev shows as they are.
+    static const char* const kHostDevices[];
+
+    RunDirectory() = default;
+    ~RunDirectory();
+    RunDirectory(const RunDirectory&) = delete;
+    RunDirectory& operator=(const RunDirectory&) = delete;
+
+    // Builds the directory; false with a message naming the failing call.
+    bool create(const LauncherOptions& options, const std::string& selfPath, std::string* error);
+    // Copies the board's final EEPROM content back to --eeprom FILE.
+    bool saveEeprom(const LauncherOptions& options, std::string* error) const;
+
+    const std::string& path() const { return path_; }
+    std::string devDir() const { return path_ + "/dev"; }
+    std::string mntDir() const { return path_ + "/mnt"; }
+    std::string binDir() const { return path_ + "/bin"; }
+    std::string eepromPath() const { return path_ + "/eeprom.bin"; }
+
+private:
+    bool writeEeprom(const LauncherOptions& options, std::string* error) const;
+    bool writeModuleCommands(const std::string& selfPath, std::string* error) const;
+    bool writeBoardConfig(const LauncherOptions& options, std::string* error) const;
+
+    std::string path_;
+};
+
+} // namespace simhost

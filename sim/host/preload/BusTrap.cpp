@@ -1,0 +1,228 @@
+#include "BusTrap.h"
+
+#include "Interposer.h"
+#include "SimServer.h"
+#include "X86Decoder.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/mman.h>
+#include <ucontext.h>
+#include <unistd.h>
+
+namespace simhost
+{
+
+namespace
+{
+
+constexpr int kPageFault = 14;
+constexpr int kGeneralProtection = 13;
+constexpr greg_t kTrapFlag = 0x100;
+constexpr int kMaxFill = 16;
+
+// The instruction that is being single-stepped through an opened area page.
+struct Step
+{
+    bool active = false;
+    MappedArea* area = nullptr;
+    MemoryAccess access;
+    uint32_t from = 0; // area bytes put in place for it
+    uint32_t to = 0;
+    uint8_t before[kMaxFill] = {};
+    uint8_t* pages[4] = {};
+    int pageCount = 0;
+};
+
+thread_local Step tStep;
+struct sigaction gPreviousSegv;
+struct sigaction gPreviousTrap;
+std::atomic<bool> gInstalled{false};
+
+uintptr_t pageSize() { return static_cast<uintptr_t>(sysconf(_SC_PAGESIZE)); }
+
+uint8_t readByte(sim::SimServer& board, const MappedArea& area, uint32_t offset, uint64_t now)
+{
+    return area.kind == AreaKind::Comram ? board.comramRead(offset, now)
+                                         : board.portRead(static_cast<uint16_t>(offset), now);
+}
+
+void writeByte(sim::SimServer& board, const MappedArea& area, uint32_t offset, uint8_t value, uint64_t now)
+{
+    if (area.kind == AreaKind::Comram)
+        board.comramWrite(offset, value, now);
+    else
+        board.portWrite(static_cast<uint16_t>(offset), value, now);
+}
+
+bool enterArea(Interposer& ip, MappedArea& area, uint8_t* address, ucontext_t* uc)
+{
+    const uint32_t offset = static_cast<uint32_t>(address - area.user);
+    Step& s = tStep;
+    if (!s.active)
+    {
+        if (offset >= area.validLength)
+            return false;
+        s = Step{};
+        s.active = true;
+        s.area = &area;
+        s.access = X86Decoder::decodeAccess(reinterpret_cast<const uint8_t*>(uc->uc_mcontext.gregs[REG_EIP]));
+        const uint32_t size = s.access.known ? static_cast<uint32_t>(s.access.size) : 8;
+        s.from = offset;
+        s.to = offset + size < area.validLength ? offset + size : area.validLength;
+        sim::SimServer& board = ip.board();
+        const uint64_t now = ip.nowNs();
+        for (uint32_t o = s.from; o < s.to; ++o)
+        {
+            area.alias[o] = readByte(board, area, o, now);
+            s.before[o - s.from] = area.alias[o];
+        }
+    }
+    else if (s.area != &area || offset >= area.validLength || s.pageCount == 4)
+        return false;
+    auto* page = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(address) & ~(pageSize() - 1));
+    if (mprotect(page, pageSize(), PROT_READ | PROT_WRITE) != 0)
+        return false;
+    s.pages[s.pageCount++] = page;
+    uc->uc_mcontext.gregs[REG_EFL] |= kTrapFlag;
+    return true;
+}
+
+void leaveArea(Interposer& ip, ucontext_t* uc)
+{
+    Step& s = tStep;
+    for (int i = 0; i < s.pageCount; ++i)
+        mprotect(s.pages[i], pageSize(), PROT_NONE);
+    uc->uc_mcontext.gregs[REG_EFL] &= ~kTrapFlag;
+    MappedArea& area = *s.area;
+    sim::SimServer& board = ip.board();
+    const uint64_t now = ip.nowNs();
+    if (s.access.known && s.access.writes)
+    {
+        for (uint32_t o = s.from; o < s.to; ++o)
+            writeByte(board, area, o, area.alias[o], now);
+    }
+    else if (!s.access.known)
+    {
+        // An instruction the decoder does not know: only bytes that changed can be told apart.
+        for (uint32_t o = s.from; o < s.to; ++o)
+            if (area.alias[o] != s.before[o - s.from])
+                writeByte(board, area, o, area.alias[o], now);
+    }
+    s.active = false;
+}
+
+bool emulatePort(Interposer& ip, ucontext_t* uc)
+{
+    greg_t* regs = uc->uc_mcontext.gregs;
+    const auto* code = reinterpret_cast<const uint8_t*>(regs[REG_EIP]);
+    const PortInstruction p = X86Decoder::decodePort(code);
+    if (!p.valid)
+        return false;
+    const uint16_t port = p.fromDx ? static_cast<uint16_t>(regs[REG_EDX] & 0xFFFF) : p.immediate;
+    for (int i = 0; i < p.size; ++i)
+        if (!ip.ports().granted(static_cast<uint16_t>(port + i)))
+            return false; // as on the machine: the instruction faults and the process dies
+    sim::SimServer& board = ip.board();
+    const uint64_t now = ip.nowNs();
+    const uint32_t mask = p.size == 4 ? 0xFFFFFFFFu : (1u << (8 * p.size)) - 1;
+    if (p.input)
+    {
+        uint32_t value = 0;
+        for (int i = 0; i < p.size; ++i)
+            value |= static_cast<uint32_t>(board.portRead(static_cast<uint16_t>(port + i), now)) << (8 * i);
+        const auto eax = static_cast<uint32_t>(regs[REG_EAX]);
+        regs[REG_EAX] = static_cast<greg_t>((eax & ~mask) | value);
+    }
+    else
+    {
+        const auto value = static_cast<uint32_t>(regs[REG_EAX]) & mask;
+        for (int i = 0; i < p.size; ++i)
+            board.portWrite(static_cast<uint16_t>(port + i), static_cast<uint8_t>(value >> (8 * i)), now);
+    }
+    regs[REG_EIP] += p.length;
+    return true;
+}
+
+} // namespace
+
+void BusTrap::install()
+{
+    if (gInstalled.exchange(true))
+        return;
+    stack_t stack{};
+    stack.ss_size = 256 * 1024;
+    stack.ss_sp = std::malloc(stack.ss_size);
+    if (stack.ss_sp == nullptr || sigaltstack(&stack, nullptr) != 0)
+    {
+        std::fprintf(stderr, "sarvik-sim: sigaltstack: %s\n", std::strerror(errno));
+        _exit(125);
+    }
+    struct sigaction action{};
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    sigemptyset(&action.sa_mask);
+    action.sa_sigaction = onSegv;
+    if (sigaction(SIGSEGV, &action, &gPreviousSegv) != 0)
+    {
+        std::fprintf(stderr, "sarvik-sim: sigaction(SIGSEGV): %s\n", std::strerror(errno));
+        _exit(125);
+    }
+    action.sa_sigaction = onTrap;
+    if (sigaction(SIGTRAP, &action, &gPreviousTrap) != 0)
+    {
+        std::fprintf(stderr, "sarvik-sim: sigaction(SIGTRAP): %s\n", std::strerror(errno));
+        _exit(125);
+    }
+}
+
+void BusTrap::passOn(int sig, siginfo_t* info, void* context, const struct sigaction& previous)
+{
+    if ((previous.sa_flags & SA_SIGINFO) != 0 && previous.sa_sigaction != nullptr)
+    {
+        previous.sa_sigaction(sig, info, context);
+        return;
+    }
+    if (previous.sa_handler != SIG_DFL && previous.sa_handler != SIG_IGN && previous.sa_handler != nullptr)
+    {
+        previous.sa_handler(sig);
+        return;
+    }
+    // The default action: returning re-runs the faulting instruction, which now ends the process
+    // the way it would have ended without the simulator.
+    signal(sig, SIG_DFL);
+}
+
+void BusTrap::onSegv(int sig, siginfo_t* info, void* context)
+{
+    const int savedErrno = errno;
+    auto* uc = static_cast<ucontext_t*>(context);
+    Interposer* ip = Interposer::get();
+    const greg_t trap = uc->uc_mcontext.gregs[REG_TRAPNO];
+    bool handled = false;
+    if (ip != nullptr && trap == kPageFault)
+    {
+        MappedArea* area = ip->areas().find(info->si_addr);
+        handled = area != nullptr && enterArea(*ip, *area, static_cast<uint8_t*>(info->si_addr), uc);
+    }
+    else if (ip != nullptr && trap == kGeneralProtection)
+        handled = emulatePort(*ip, uc);
+    if (!handled)
+        passOn(sig, info, context, gPreviousSegv);
+    errno = savedErrno;
+}
+
+void BusTrap::onTrap(int sig, siginfo_t* info, void* context)
+{
+    const int savedErrno = errno;
+    Interposer* ip = Interposer::get();
+    if (ip != nullptr && tStep.active)
+        leaveArea(*ip, static_cast<ucontext_t*>(context));
+    else
+        passOn(sig, info, context, gPreviousTrap);
+    errno = savedErrno;
+}
+
+} // namespace simhost

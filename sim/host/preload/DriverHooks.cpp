@@ -1,0 +1,296 @@
+// The kernel drivers of the server as the process sees them through its system calls: the
+// device nodes of the sandbox open as ordinary files, and the calls the drivers answer
+// (configuration ioctl, mappings, port grants) are answered here.
+#include "BusTrap.h"
+#include "Interposer.h"
+#include "RealCalls.h"
+#include "SimServer.h"
+#include "JsonLine.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+
+using simhost::AreaKind;
+using simhost::Device;
+using simhost::DeviceTable;
+using simhost::Interposer;
+using simhost::JsonLine;
+using simhost::RealCalls;
+
+namespace
+{
+
+constexpr unsigned long kComramConfig = 0x80206E01;
+constexpr unsigned long kComramInit = 0x40046E10;
+constexpr unsigned long kComramShutdown = 0x40046E12;
+constexpr unsigned long kTimecodeInit = 0x40046B10;
+// Where the driver places its two areas in the device's mmap offset space. The I/O area starts
+// at port 0 so that its byte N is port N.
+constexpr uint32_t kComramOffset = 0x100000;
+constexpr uint32_t kIoAreaOffset = 0;
+constexpr uint32_t kIoAreaPorts = 0x400;
+
+// open's third argument exists only when the call may create a file.
+mode_t modeArgument(int flags, va_list args)
+{
+    const bool creates = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+    return creates ? va_arg(args, mode_t) : 0;
+}
+
+Interposer* runInterposer()
+{
+    Interposer* ip = Interposer::get();
+    return ip != nullptr && ip->inRun() ? ip : nullptr;
+}
+
+int noteOpen(const char* path, int fd)
+{
+    Interposer* ip = runInterposer();
+    const Device device = DeviceTable::fromPath(path);
+    if (ip == nullptr || device == Device::None)
+        return fd;
+    const int savedErrno = errno;
+    JsonLine line(ip->nowNs(), "open");
+    line.str("path", path);
+    if (fd >= 0)
+    {
+        ip->devices().add(fd, device);
+        line.num("fd", fd);
+    }
+    else
+        line.str("error", std::strerror(savedErrno));
+    ip->trace(line);
+    errno = savedErrno;
+    return fd;
+}
+
+int openPath(int dirfd, const char* path, int flags, mode_t mode)
+{
+    const RealCalls& real = RealCalls::get();
+    const int fd = dirfd == AT_FDCWD ? real.open64(path, flags, mode) : real.openat64(dirfd, path, flags, mode);
+    return noteOpen(path, fd);
+}
+
+int fail(int error)
+{
+    errno = error;
+    return -1;
+}
+
+int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, void* arg)
+{
+    JsonLine line(ip.nowNs(), "ioctl");
+    line.str("path", DeviceTable::name(device)).hex("request", static_cast<uint32_t>(request), 8);
+    int result = 0;
+    int error = 0;
+    if (device == Device::Comram && request == kComramConfig)
+    {
+        uint32_t record[8] = {0, kComramOffset, sim::SimServer::kComramSize, 0, kIoAreaOffset, kIoAreaPorts, 0, 0};
+        std::memcpy(arg, record, sizeof record);
+    }
+    else if ((device == Device::Comram && (request == kComramInit || request == kComramShutdown)) ||
+             (device == Device::Timecode && request == kTimecodeInit))
+    {
+        uint32_t value = 0;
+        std::memcpy(&value, arg, sizeof value);
+        line.num("value", value);
+    }
+    else
+    {
+        result = -1;
+        error = ENOTTY;
+    }
+    line.num("result", result);
+    ip.trace(line);
+    (void)fd;
+    return result == 0 ? 0 : fail(error);
+}
+
+int anyIoctl(int (*realIoctl)(int, unsigned long, ...), int fd, unsigned long request, void* arg)
+{
+    Interposer* ip = runInterposer();
+    const Device device = ip != nullptr ? ip->devices().find(fd) : Device::None;
+    if (device == Device::None)
+        return realIoctl(fd, request, arg);
+    return deviceIoctl(*ip, fd, device, request, arg);
+}
+
+void* deviceMmap(Interposer& ip, Device device, size_t length, int64_t offset)
+{
+    JsonLine line(ip.nowNs(), "mmap");
+    line.str("path", DeviceTable::name(device)).hex("offset", static_cast<uint32_t>(offset), 6).num("length", length);
+    uint8_t* area = nullptr;
+    if (device == Device::Comram && offset == kComramOffset && length > 0 && length <= sim::SimServer::kComramSize)
+    {
+        ip.board();
+        area = ip.areas().create(AreaKind::Comram, sim::SimServer::kComramSize);
+        line.str("area", "comram");
+    }
+    else if (device == Device::Comram && offset == kIoAreaOffset && length > 0 && length <= kIoAreaPorts)
+    {
+        ip.board();
+        area = ip.areas().create(AreaKind::IoArea, kIoAreaPorts);
+        line.str("area", "io");
+    }
+    else
+        errno = device == Device::Comram ? EINVAL : ENODEV;
+    if (area == nullptr)
+        line.str("error", std::strerror(errno));
+    else
+        simhost::BusTrap::install();
+    const int savedErrno = errno;
+    ip.trace(line);
+    errno = savedErrno;
+    return area == nullptr ? MAP_FAILED : area;
+}
+
+void* anyMmap(void* address, size_t length, int prot, int flags, int fd, int64_t offset)
+{
+    Interposer* ip = runInterposer();
+    const Device device = ip != nullptr && fd >= 0 ? ip->devices().find(fd) : Device::None;
+    if (device == Device::None)
+        return RealCalls::get().mmap64(address, length, prot, flags, fd, offset);
+    return deviceMmap(*ip, device, length, offset);
+}
+
+} // namespace
+
+extern "C"
+{
+
+int open(const char* path, int flags, ...)
+{
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = modeArgument(flags, args);
+    va_end(args);
+    return openPath(AT_FDCWD, path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...)
+{
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = modeArgument(flags, args);
+    va_end(args);
+    return openPath(AT_FDCWD, path, flags, mode);
+}
+
+int __open_2(const char* path, int flags) { return openPath(AT_FDCWD, path, flags, 0); }
+int __open64_2(const char* path, int flags) { return openPath(AT_FDCWD, path, flags, 0); }
+
+int openat(int dirfd, const char* path, int flags, ...)
+{
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = modeArgument(flags, args);
+    va_end(args);
+    return openPath(dirfd, path, flags, mode);
+}
+
+int openat64(int dirfd, const char* path, int flags, ...)
+{
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = modeArgument(flags, args);
+    va_end(args);
+    return openPath(dirfd, path, flags, mode);
+}
+
+int __openat_2(int dirfd, const char* path, int flags) { return openPath(dirfd, path, flags, 0); }
+int __openat64_2(int dirfd, const char* path, int flags) { return openPath(dirfd, path, flags, 0); }
+
+int close(int fd)
+{
+    Interposer* ip = runInterposer();
+    const Device device = ip != nullptr ? ip->devices().remove(fd) : Device::None;
+    const int result = RealCalls::get().close(fd);
+    if (device != Device::None)
+    {
+        const int savedErrno = errno;
+        JsonLine line(ip->nowNs(), "close");
+        line.str("path", DeviceTable::name(device)).num("fd", fd);
+        ip->trace(line);
+        errno = savedErrno;
+    }
+    return result;
+}
+
+int ioctl(int fd, unsigned long request, ...) noexcept
+{
+    va_list args;
+    va_start(args, request);
+    void* arg = va_arg(args, void*);
+    va_end(args);
+    return anyIoctl(RealCalls::get().ioctl, fd, request, arg);
+}
+
+int __ioctl_time64(int fd, unsigned long request, ...)
+{
+    va_list args;
+    va_start(args, request);
+    void* arg = va_arg(args, void*);
+    va_end(args);
+    return anyIoctl(RealCalls::get().ioctlTime64, fd, request, arg);
+}
+
+void* mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) noexcept
+{
+    return anyMmap(address, length, prot, flags, fd, static_cast<uint32_t>(offset));
+}
+
+void* mmap64(void* address, size_t length, int prot, int flags, int fd, off64_t offset) noexcept
+{
+    return anyMmap(address, length, prot, flags, fd, offset);
+}
+
+int munmap(void* address, size_t length) noexcept
+{
+    Interposer* ip = runInterposer();
+    AreaKind kind = AreaKind::Comram;
+    if (ip == nullptr || !ip->areas().release(address, &kind))
+        return RealCalls::get().munmap(address, length);
+    JsonLine line(ip->nowNs(), "munmap");
+    line.str("area", kind == AreaKind::Comram ? "comram" : "io").num("length", length);
+    ip->trace(line);
+    return 0;
+}
+
+int ioperm(unsigned long from, unsigned long count, int on) noexcept
+{
+    Interposer* ip = runInterposer();
+    if (ip == nullptr)
+        return fail(ENOSYS);
+    JsonLine line(ip->nowNs(), "ioperm");
+    line.hex("from", static_cast<uint32_t>(from), 3).num("count", count).num("on", on != 0);
+    const bool ok = ip->ports().set(from, count, on != 0);
+    line.num("result", ok ? 0 : -1);
+    ip->trace(line);
+    if (!ok)
+        return fail(EINVAL);
+    ip->board();
+    simhost::BusTrap::install();
+    return 0;
+}
+
+int iopl(int level) noexcept
+{
+    Interposer* ip = runInterposer();
+    if (ip == nullptr)
+        return fail(ENOSYS);
+    if (level < 0 || level > 3)
+        return fail(EINVAL);
+    JsonLine line(ip->nowNs(), "iopl");
+    line.num("level", level);
+    ip->trace(line);
+    ip->ports().setAll(level == 3);
+    ip->board();
+    simhost::BusTrap::install();
+    return 0;
+}
+
+} // extern "C"

@@ -1,0 +1,95 @@
+#include "Interposer.h"
+
+#include "RealCalls.h"
+#include "SimServer.h"
+#include "JsonLine.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace simhost
+{
+
+Interposer* Interposer::anchor_ = nullptr;
+
+namespace
+{
+[[noreturn]] void die(const char* call, const std::string& what)
+{
+    std::fprintf(stderr, "sarvik-sim: %s(%s): %s\n", call, what.c_str(), std::strerror(errno));
+    _exit(125);
+}
+} // namespace
+
+void Interposer::start()
+{
+    if (anchor_ == nullptr)
+        anchor_ = new Interposer(); // lives as long as the process: hooks run until its very end
+}
+
+Interposer::Interposer()
+{
+    RealCalls::get();
+    const char* runDir = std::getenv(RunConfig::kEnvVariable);
+    if (runDir == nullptr || !config_.load(runDir))
+        return;
+    inRun_ = true;
+    hostBoardType_ = static_cast<int>(config_.getInt("host_board", 1));
+    clock_ = VirtualClock(config_.getInt("mono_start_ns", VirtualClock::realNs(VirtualClock::kMonotonic)),
+                          config_.getInt("wall_start_ns", VirtualClock::realNs(VirtualClock::kRealtime)),
+                          config_.getDouble("speed", 1.0));
+    trace_ = std::make_unique<TraceFile>(config_.get("trace"));
+}
+
+sim::SimServer& Interposer::board()
+{
+    std::call_once(boardOnce_, [this] { startBoard(); });
+    return *board_;
+}
+
+void Interposer::startBoard()
+{
+    sim::BoardConfig boardConfig;
+    const std::string confPath = config_.runDir() + "/board.conf";
+    std::ifstream conf(confPath);
+    std::string line;
+    while (std::getline(conf, line))
+    {
+        const auto eq = line.find('=');
+        std::string error;
+        if (eq != std::string::npos && !boardConfig.apply(line.substr(0, eq), line.substr(eq + 1), &error))
+        {
+            std::fprintf(stderr, "sarvik-sim: %s: %s\n", confPath.c_str(), error.c_str());
+            _exit(125);
+        }
+    }
+    const std::string eepromPath = config_.get("eeprom");
+    const int fd = RealCalls::get().open64(eepromPath.c_str(), O_RDWR | O_CLOEXEC);
+    if (fd < 0)
+        die("open", eepromPath);
+    void* image = RealCalls::get().mmap64(nullptr, sim::SimServer::kEepromSize, PROT_READ | PROT_WRITE,
+                                          MAP_SHARED, fd, 0);
+    if (image == MAP_FAILED)
+        die("mmap", eepromPath);
+    RealCalls::get().close(fd);
+    board_ = std::make_unique<sim::SimServer>(boardConfig, static_cast<uint8_t*>(image), trace_.get());
+}
+
+void Interposer::trace(const JsonLine& line)
+{
+    if (trace_ && trace_->isOpen())
+        trace_->emit(line.text());
+}
+
+namespace
+{
+__attribute__((constructor)) void startInterposer() { Interposer::start(); }
+} // namespace
+
+} // namespace simhost

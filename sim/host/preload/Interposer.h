@@ -1,0 +1,61 @@
+// The one process-wide object of the interposer: the run's settings, its virtual clock, the
+// descriptors and mappings of the simulated drivers, the port grants and the board model.
+#pragma once
+
+#include "DeviceTable.h"
+#include "JsonLine.h"
+#include "MappedAreas.h"
+#include "PortGrants.h"
+#include "RunConfig.h"
+#include "TraceFile.h"
+#include "VirtualClock.h"
+
+#include <memory>
+#include <mutex>
+
+namespace sim
+{
+class SimServer;
+} // namespace sim
+
+namespace simhost
+{
+
+class Interposer
+{
+public:
+    // Null until the library's constructor has run.
+    static Interposer* get() { return anchor_; }
+    static void start();
+
+    // False in a process started outside sarvik-sim: everything then passes through.
+    bool inRun() const { return inRun_; }
+    const VirtualClock& clock() const { return clock_; }
+    uint64_t nowNs() const { return static_cast<uint64_t>(clock_.monotonicNow()); }
+    int hostBoardType() const { return hostBoardType_; }
+
+    DeviceTable& devices() { return devices_; }
+    MappedAreas& areas() { return areas_; }
+    PortGrants& ports() { return ports_; }
+    // The board model, created on first use; a board that cannot start ends the process.
+    sim::SimServer& board();
+    void trace(const JsonLine& line);
+
+private:
+    Interposer();
+    void startBoard();
+
+    static Interposer* anchor_;
+    RunConfig config_;
+    bool inRun_ = false;
+    int hostBoardType_ = 1;
+    VirtualClock clock_;
+    DeviceTable devices_;
+    MappedAreas areas_;
+    PortGrants ports_;
+    std::unique_ptr<TraceFile> trace_;
+    std::once_flag boardOnce_;
+    std::unique_ptr<sim::SimServer> board_;
+};
+
+} // namespace simhost

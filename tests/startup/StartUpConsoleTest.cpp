@@ -1,0 +1,236 @@
+#include "CSarvikSandbox.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <dirent.h>
+#include <fcntl.h>
+#include <fstream>
+#include <memory>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+using namespace std::chrono_literals;
+
+struct SPty
+{
+    int master = -1;
+    int slave = -1;
+    SPty()
+    {
+        master = posix_openpt(O_RDWR | O_NOCTTY);
+        if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0)
+        {
+            slave = open(ptsname(master), O_RDWR | O_NOCTTY);
+        }
+    }
+    ~SPty()
+    {
+        close(slave);
+        close(master);
+    }
+    struct termios Settings() const
+    {
+        struct termios settings = {};
+        tcgetattr(slave, &settings);
+        return settings;
+    }
+};
+
+bool IsRaw(const struct termios& t)
+{
+    return (t.c_lflag & (ECHO | ICANON | ISIG)) == 0 && t.c_cc[VMIN] == 1 && t.c_cc[VTIME] == 0;
+}
+
+template <typename Predicate> bool WaitFor(Predicate ready, std::chrono::milliseconds limit = 10s)
+{
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!ready())
+    {
+        if (std::chrono::steady_clock::now() > end)
+        {
+            return false;
+        }
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+std::string Comm(const std::string& path)
+{
+    std::string name;
+    std::ifstream in(path);
+    std::getline(in, name);
+    return name;
+}
+
+pid_t ParentOf(pid_t pid)
+{
+    std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
+    std::string stat((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    size_t close = stat.rfind(')');
+    return close == std::string::npos ? -1 : std::atoi(stat.c_str() + close + 4);
+}
+
+// The tool itself: the started process, or a descendant of it when a simulator runs in between.
+pid_t FindTool(pid_t started)
+{
+    DIR* proc = opendir("/proc");
+    pid_t found = -1;
+    for (struct dirent* entry; proc != nullptr && found < 0 && (entry = readdir(proc)) != nullptr;)
+    {
+        pid_t pid = std::atoi(entry->d_name);
+        if (pid <= 0 || Comm("/proc/" + std::to_string(pid) + "/comm") != "Sarvik")
+        {
+            continue;
+        }
+        for (pid_t up = pid; up > 1 && found < 0; up = ParentOf(up))
+        {
+            found = up == started ? pid : -1;
+        }
+    }
+    if (proc != nullptr)
+    {
+        closedir(proc);
+    }
+    return found;
+}
+
+std::vector<std::string> ThreadNames(pid_t pid)
+{
+    std::vector<std::string> names;
+    const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
+    DIR* dir = opendir(tasks.c_str());
+    for (struct dirent* entry; dir != nullptr && (entry = readdir(dir)) != nullptr;)
+    {
+        if (entry->d_name[0] != '.')
+        {
+            names.push_back(Comm(tasks + "/" + entry->d_name + "/comm"));
+        }
+    }
+    if (dir != nullptr)
+    {
+        closedir(dir);
+    }
+    return names;
+}
+
+// Makes the switch log a full FIFO: the tool's "CRtLog" writer then blocks on its session line and
+// the tool stays alive in its exit path (the switch log is closed before the console is restored)
+// until the test reads the FIFO.
+int StallSwitchLog(const CSarvikSandbox& sandbox)
+{
+    if (mkfifo(sandbox.SwitchLog().c_str(), 0666) != 0)
+    {
+        return -1;
+    }
+    int fifo = open(sandbox.SwitchLog().c_str(), O_RDWR | O_NONBLOCK);
+    const char chunk[256] = {};
+    for (size_t step = sizeof(chunk); step > 0; step /= 2)
+    {
+        while (write(fifo, chunk, step) > 0)
+        {
+        }
+    }
+    return fifo;
+}
+
+std::string DrainUntilLine(int fifo)
+{
+    std::string received;
+    char buffer[65536];
+    while (received.find('\n') == std::string::npos)
+    {
+        struct pollfd ready = {fifo, POLLIN, 0};
+        if (poll(&ready, 1, 10000) <= 0)
+        {
+            break;
+        }
+        ssize_t n = read(fifo, buffer, sizeof(buffer));
+        if (n > 0)
+        {
+            received.append(buffer, static_cast<size_t>(n));
+        }
+        received.erase(0, received.find_first_not_of('\0'));
+    }
+    return received;
+}
+
+TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
+{
+    CSarvikSandbox sandbox;
+    SPty pty;
+    ASSERT_GE(pty.slave, 0);
+    const struct termios before = pty.Settings();
+    ASSERT_FALSE(IsRaw(before));
+    const int fifo = StallSwitchLog(sandbox);
+    ASSERT_GE(fifo, 0);
+
+    const pid_t started = sandbox.Start(pty.slave, true);
+    ASSERT_GT(started, 0);
+    // A failed check must not leave the stalled tool behind.
+    std::shared_ptr<void> reaper(nullptr,
+                                 [started](void*)
+                                 {
+                                     if (waitpid(started, nullptr, WNOHANG) == 0)
+                                     {
+                                         kill(started, SIGKILL);
+                                         waitpid(started, nullptr, 0);
+                                     }
+                                 });
+    ASSERT_TRUE(WaitFor([&] { return IsRaw(pty.Settings()); })) << "no echo, keys one by one, no SIGINT";
+    pid_t tool = -1;
+    ASSERT_TRUE(WaitFor([&] { return (tool = FindTool(started)) > 0; }));
+    const std::vector<std::string> threads = ThreadNames(tool);
+    EXPECT_NE(std::find(threads.begin(), threads.end(), "CRtLog"), threads.end());
+
+    // A key is readable at once, without a newline, and is not echoed back.
+    ASSERT_EQ(write(pty.master, "k", 1), 1);
+    int pending = 0;
+    EXPECT_TRUE(WaitFor([&] { return ioctl(pty.slave, FIONREAD, &pending) == 0 && pending == 1; }, 2s));
+    struct pollfd echo = {pty.master, POLLIN, 0};
+    EXPECT_EQ(poll(&echo, 1, 200), 0) << "the key was echoed";
+
+    // Ctrl-C is a key like another: the tool's session is not interrupted.
+    ASSERT_EQ(write(pty.master, "\x03", 1), 1);
+    std::this_thread::sleep_for(300ms);
+    int status = 0;
+    EXPECT_EQ(waitpid(started, &status, WNOHANG), 0) << "the tool ended on Ctrl-C";
+    EXPECT_TRUE(IsRaw(pty.Settings())) << "console restored before the switch log was closed";
+
+    EXPECT_NE(DrainUntilLine(fifo).find("-------------- New Session --------------\r\n"), std::string::npos);
+    const SToolResult result = sandbox.Wait(started);
+    close(fifo);
+    ASSERT_TRUE(WIFEXITED(result.status)) << "status " << result.status;
+    EXPECT_EQ(WEXITSTATUS(result.status), 0);
+    const struct termios after = pty.Settings();
+    EXPECT_EQ(after.c_lflag, before.c_lflag);
+    EXPECT_EQ(after.c_iflag, before.c_iflag);
+    EXPECT_EQ(after.c_cc[VMIN], before.c_cc[VMIN]);
+    EXPECT_EQ(after.c_cc[VTIME], before.c_cc[VTIME]);
+}
+
+TEST(StartUpConsole, StandardInputFromAFileChangesNothingAndReportsNothing)
+{
+    CSarvikSandbox sandbox;
+    const std::string input = sandbox.Apps() + "/keys.txt";
+    std::ofstream(input) << "q\n";
+    const int fd = open(input.c_str(), O_RDONLY);
+    ASSERT_GE(fd, 0);
+    const SToolResult result = sandbox.Run(fd);
+    close(fd);
+    ASSERT_TRUE(WIFEXITED(result.status));
+    EXPECT_EQ(WEXITSTATUS(result.status), 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(ReadFile(input), "q\n");
+    EXPECT_GT(FileSize(sandbox.SwitchLog()), 0) << "the start-up went on after the console step";
+}
+} // namespace

@@ -1,0 +1,109 @@
+#include "CSarvikSandbox.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+// The lines of the traced tool's own first thread, in order.
+std::vector<std::string> MainThreadCalls(const std::string& trace)
+{
+    std::vector<std::string> calls;
+    std::istringstream in(trace);
+    std::string pid;
+    for (std::string line; std::getline(in, line);)
+    {
+        const std::string linePid = line.substr(0, line.find(' '));
+        if (pid.empty())
+        {
+            pid = linePid;
+        }
+        if (linePid == pid)
+        {
+            calls.push_back(line.substr(line.find(' ') + 1));
+        }
+    }
+    return calls;
+}
+
+// Index of the first (or last) call starting with the text and holding another, -1 when absent.
+int Find(const std::vector<std::string>& calls, const std::string& start, const std::string& holding = "",
+         bool last = false)
+{
+    int found = -1;
+    for (size_t i = 0; i < calls.size(); i++)
+    {
+        if (calls[i].rfind(start, 0) == 0 && calls[i].find(holding) != std::string::npos)
+        {
+            found = static_cast<int>(i);
+            if (!last)
+            {
+                break;
+            }
+        }
+    }
+    return found;
+}
+
+TEST(StartUpOrder, EffectsHappenInTheirGroupsOrderAndAreUndoneInReverse)
+{
+    CSarvikSandbox sandbox;
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+    const int slave = open(ptsname(master), O_RDWR | O_NOCTTY);
+    ASSERT_GE(slave, 0);
+    const std::string trace = sandbox.Apps() + "/trace.txt";
+    const pid_t pid = sandbox.Start(
+        slave, true, {},
+        {"strace", "-f", "-o", trace, "-e", "trace=ioctl,rt_sigaction,umask,open,openat,close,exit_group"});
+    const SToolResult result = sandbox.Wait(pid);
+    close(slave);
+    close(master);
+    ASSERT_TRUE(WIFEXITED(result.status) && WEXITSTATUS(result.status) == 0) << result.err;
+
+    const std::vector<std::string> calls = MainThreadCalls(ReadFile(trace));
+    // strace on i386 names the set call "SNDCTL_TMR_START or TCSETS".
+    const int saveConsole = Find(calls, "ioctl(0, TCGETS");
+    const int rawConsole = Find(calls, "ioctl(0, ", "TCSETS");
+    const int ignorePipe = Find(calls, "rt_sigaction(SIGPIPE, {sa_handler=SIG_IGN");
+    const int mask = Find(calls, "umask(003)");
+    int openLog = -1;
+    for (size_t i = 0; i < calls.size() && openLog < 0; i++)
+    {
+        openLog = calls[i].find("QXK_Switch.log") != std::string::npos ? static_cast<int>(i) : -1;
+    }
+    ASSERT_GE(openLog, 0) << "switch log never opened";
+    const std::string fd = calls[openLog].substr(calls[openLog].rfind("= ") + 2);
+    int closeLog = -1;
+    for (size_t i = openLog + 1; i < calls.size() && closeLog < 0; i++)
+    {
+        closeLog = calls[i].rfind("close(" + fd + ")", 0) == 0 ? static_cast<int>(i) : -1;
+    }
+    const int restoreConsole = Find(calls, "ioctl(0, ", "TCSETS", true);
+    const int end = Find(calls, "exit_group");
+
+    EXPECT_GE(saveConsole, 0);
+    EXPECT_LT(saveConsole, rawConsole);
+    EXPECT_LT(rawConsole, ignorePipe);
+    EXPECT_LT(ignorePipe, mask);
+    EXPECT_LT(mask, openLog) << "privileges (mask 003) come before the switch log";
+    EXPECT_LT(openLog, closeLog);
+    EXPECT_LT(closeLog, restoreConsole) << "the console is restored after the switch log is closed";
+    EXPECT_LT(restoreConsole, end);
+}
+
+TEST(StartUpOrder, FlushThreadRunsWhenMainIsEntered)
+{
+    CSarvikSandbox sandbox;
+    const SToolResult result =
+        sandbox.Run(-1, {},
+                    {"gdb", "-nx", "-batch", "-ex", "set startup-with-shell off", "-ex", "break main", "-ex",
+                     "run", "-ex", "info threads", "-ex", "kill", "--args"});
+    ASSERT_NE(result.out.find("Breakpoint 1, main"), std::string::npos) << result.out << result.err;
+    EXPECT_NE(result.out.find("\"CRtLog\""), std::string::npos) << result.out;
+}
+} // namespace

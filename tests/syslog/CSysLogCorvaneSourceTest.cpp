@@ -1,0 +1,247 @@
+#include "CSysLogCorvaneSource.h"
+#include "CSysLogMessage.h"
+#include "CSysLogServer.h"
+#include "SysLogTestFiles.h"
+#include <atomic>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <sys/stat.h>
+#include <thread>
+#include <vector>
+
+namespace
+{
+// Channels above the host range have no file: the server's worker never touches what the tests log.
+constexpr unsigned TEST_CHANNEL = 300;
+const std::string REPORT_DIR = "/mnt/APPS/data/sourcetest/";
+
+class CSysLogCorvaneSourceTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        mkdir(REPORT_DIR.c_str(), 0777);
+        mServer.SetThreshold(TEST_CHANNEL, SYSLOG_NORMAL);
+        mServer.SetThreshold(TEST_CHANNEL + 1, SYSLOG_DEBUG);
+        mSource = std::make_unique<CSysLogCorvaneSource>(mServer, REPORT_DIR.c_str());
+    }
+    void TearDown() override { mServer.EnableLogs(); }
+
+    std::vector<CSysLogMessage> Drain()
+    {
+        std::vector<CSysLogMessage> messages;
+        for (;;)
+        {
+            CSysLogMessage message;
+            mSource->ReadMessage(&message);
+            if (message.IsEmpty())
+            {
+                return messages;
+            }
+            messages.push_back(message);
+        }
+    }
+
+    CSysLogServer& mServer = CSysLogServer::GetInstance();
+    std::unique_ptr<CSysLogCorvaneSource> mSource;
+};
+
+// Reaches the ring's storage the way a memory fault would.
+class CDamageableSource : public CSysLogCorvaneSource
+{
+public:
+    using CSysLogCorvaneSource::CSysLogCorvaneSource;
+    void OverwriteOldestLength()
+    {
+        Bof_EnterCriticalSection(&mCriticalSection_X);
+        uint32_t garbage = 0x7FFFFFF0;
+        memcpy(mpRingStorage_U8, &garbage, sizeof(garbage));
+        Bof_LeaveCriticalSection(&mCriticalSection_X);
+    }
+};
+} // namespace
+
+TEST_F(CSysLogCorvaneSourceTest, OnlyCriticitiesUpToTheThresholdAreKept)
+{
+    struct Case
+    {
+        unsigned channel;
+        unsigned char criticity;
+        bool kept;
+    } const cases[] = {
+        {TEST_CHANNEL, 0, false},
+        {TEST_CHANNEL, 1, true},
+        {TEST_CHANNEL, 2, true},
+        {TEST_CHANNEL, 3, false},
+        {TEST_CHANNEL + 1, 3, true},
+        {TEST_CHANNEL + 1, 0, false},
+        {TEST_CHANNEL + 2, 1, false}, // threshold 0: "No Log"
+        {350, 1, false},
+        {1000, 1, false},
+    };
+    for (const Case& c : cases)
+    {
+        mSource->LogMessage(c.channel, c.criticity, 0, 0, 0, "message");
+        std::vector<CSysLogMessage> messages = Drain();
+        EXPECT_EQ(c.kept ? 1u : 0u, messages.size()) << c.channel << "/" << int(c.criticity);
+    }
+}
+
+TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndFormattedText)
+{
+    mSource->LogMessage(TEST_CHANNEL, 2, 0x12, -3, 0xC4, "value %d of %s", 42, "x");
+    std::vector<CSysLogMessage> messages = Drain();
+    ASSERT_EQ(1u, messages.size());
+    const CSysLogMessage& message = messages[0];
+    EXPECT_EQ(TEST_CHANNEL, message.mChannel_U32);
+    EXPECT_EQ(2, message.mCriticity_U8);
+    EXPECT_EQ(mServer.GetTimeStamp(), message.mTimeStamp_U32);
+    EXPECT_EQ(0x12, message.mErrorCode_U16);
+    EXPECT_EQ(-3, message.mSubId_S16);
+    EXPECT_EQ(0xC4, message.mContext_U8);
+    EXPECT_STREQ("value 42 of x", message.GetText());
+}
+
+TEST_F(CSysLogCorvaneSourceTest, SequenceNumbersCountPerChannelAndSkipRefusedMessages)
+{
+    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "a0");
+    mSource->LogMessage(TEST_CHANNEL + 1, 1, 0, 0, 0, "b0");
+    mSource->LogMessage(TEST_CHANNEL, 3, 0, 0, 0, "refused");
+    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "a1");
+    mSource->LogMessage(TEST_CHANNEL + 1, 1, 0, 0, 0, "b1");
+    std::vector<CSysLogMessage> messages = Drain();
+    ASSERT_EQ(4u, messages.size());
+    std::map<std::string, unsigned> sequences;
+    for (const CSysLogMessage& message : messages)
+    {
+        sequences[message.GetText()] = message.mSequence_U32;
+    }
+    EXPECT_EQ((std::map<std::string, unsigned>{{"a0", 0}, {"a1", 1}, {"b0", 0}, {"b1", 1}}), sequences);
+}
+
+TEST_F(CSysLogCorvaneSourceTest, PercentLeftInTheTextIsExpandedASecondTime)
+{
+    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", "50%% done");
+    std::vector<CSysLogMessage> messages = Drain();
+    ASSERT_EQ(1u, messages.size());
+    EXPECT_STREQ("50% done", messages[0].GetText());
+}
+
+TEST_F(CSysLogCorvaneSourceTest, ChannelHandleLogsOnItsOwnChannel)
+{
+    mSource->GetChannel(TEST_CHANNEL + 1)->LogMessage(3, 0, 1, 2, "from %s", "handle");
+    EXPECT_EQ(nullptr, mSource->GetChannel(350));
+    std::vector<CSysLogMessage> messages = Drain();
+    ASSERT_EQ(1u, messages.size());
+    EXPECT_EQ(TEST_CHANNEL + 1, messages[0].mChannel_U32);
+    EXPECT_STREQ("from handle", messages[0].GetText());
+}
+
+TEST_F(CSysLogCorvaneSourceTest, DisabledLogsNeitherLogNorReportLoad)
+{
+    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", std::string(150, 'x').c_str());
+    EXPECT_EQ(0u, mSource->GiveLoad()) << "one record is far below 1 %";
+    mServer.DisableLogs();
+    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "dropped");
+    EXPECT_EQ(0u, mSource->GiveLoad());
+    mServer.EnableLogs();
+    EXPECT_EQ(1u, Drain().size());
+}
+
+TEST_F(CSysLogCorvaneSourceTest, FullRingKeepsTheNewestAndShowsLoad)
+{
+    const std::string text(199, 'z');
+    // 224 bytes a record in a 2 MiB ring: 9362 fit.
+    for (unsigned i = 0; i < 4681; i++)
+    {
+        mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", text.c_str());
+    }
+    EXPECT_EQ(4681u * 224u * 100u / CSysLogCorvaneSource::RING_SIZE, mSource->GiveLoad());
+    for (unsigned i = 4681; i < 12000; i++)
+    {
+        mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", text.c_str());
+    }
+    EXPECT_EQ(99u, mSource->GiveLoad());
+    mSource->ReadMessage(nullptr);
+    std::vector<CSysLogMessage> messages = Drain();
+    ASSERT_EQ(9361u, messages.size());
+    EXPECT_EQ(12000u - 9361u, messages.front().mSequence_U32);
+    EXPECT_EQ(11999u, messages.back().mSequence_U32);
+    EXPECT_EQ(0u, mSource->GiveLoad());
+}
+
+TEST_F(CSysLogCorvaneSourceTest, CorruptionIsReportedOnceInTheProcessLife)
+{
+    std::string report = REPORT_DIR + "ringbuffercorruption.log";
+    unlink(report.c_str());
+    auto source = std::make_unique<CDamageableSource>(mServer, REPORT_DIR.c_str());
+    EXPECT_EQ(report, source->GetCorruptionReportPath());
+    for (int round = 0; round < 2; round++)
+    {
+        source->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "abcd");
+        source->OverwriteOldestLength();
+        CSysLogMessage message;
+        source->ReadMessage(&message);
+        EXPECT_TRUE(message.IsEmpty());
+    }
+    EXPECT_EQ(
+        "RingBuffer corrupted: during push: false, mHead_U32: 0, mQueue_U32: 28, mNbMaxData_U32: 2097152\n",
+        SysLogTest::ReadFile(report));
+    source->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "after");
+    CSysLogMessage message;
+    source->ReadMessage(&message);
+    EXPECT_STREQ("after", message.GetText());
+}
+
+TEST_F(CSysLogCorvaneSourceTest, ConcurrentCallersKeepEveryChannelInOrder)
+{
+    constexpr unsigned THREADS = 4;
+    constexpr unsigned PER_THREAD = 3000;
+    for (unsigned t = 0; t < THREADS; t++)
+    {
+        mServer.SetThreshold(TEST_CHANNEL + 10 + t, SYSLOG_CRITICAL);
+    }
+    std::atomic<unsigned> running{THREADS};
+    std::vector<std::thread> writers;
+    for (unsigned t = 0; t < THREADS; t++)
+    {
+        writers.emplace_back(
+            [&, t]
+            {
+                for (unsigned i = 0; i < PER_THREAD; i++)
+                {
+                    mSource->LogMessage(TEST_CHANNEL + 10 + t, 1, 0, 0, 0, "%u", i);
+                }
+                running--;
+            });
+    }
+    std::map<unsigned, std::vector<unsigned>> seen;
+    auto readAll = [&]
+    {
+        for (CSysLogMessage& message : Drain())
+        {
+            seen[message.mChannel_U32].push_back(message.mSequence_U32);
+            EXPECT_EQ(std::to_string(message.mSequence_U32), message.GetText());
+        }
+    };
+    while (running > 0)
+    {
+        readAll();
+    }
+    for (std::thread& writer : writers)
+    {
+        writer.join();
+    }
+    readAll();
+    ASSERT_EQ(THREADS, seen.size());
+    for (auto& channel : seen)
+    {
+        ASSERT_EQ(PER_THREAD, channel.second.size()) << channel.first;
+        for (unsigned i = 0; i < PER_THREAD; i++)
+        {
+            ASSERT_EQ(i, channel.second[i]) << channel.first;
+        }
+    }
+}
