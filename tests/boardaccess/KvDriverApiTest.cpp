@@ -123,7 +123,7 @@ TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
     size_t dataReads = 0;
     for (const Json::Value& event : run.Events("reg"))
     {
-        indexWrites += TraceNumber(event, "port") == 0x351 && event["dir"].asString() != "in" ? 1 : 0;
+        indexWrites += TraceNumber(event, "port") == 0x351 && event["dir"].asString() == "w" ? 1 : 0;
         dataReads += TraceNumber(event, "port") == 0x350 ? 1 : 0;
     }
     EXPECT_GE(indexWrites, 4u);
