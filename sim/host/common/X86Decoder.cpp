@@ -27,10 +27,19 @@ bool isPrefix(uint8_t b)
     }
 }
 
-int regField(uint8_t modrm) { return (modrm >> 3) & 7; }
+int regField(uint8_t modrm)
+{
+    return (modrm >> 3) & 7;
+}
 
-MemoryAccess store(int size) { return MemoryAccess{true, true, size}; }
-MemoryAccess load(int size) { return MemoryAccess{true, false, size}; }
+MemoryAccess store(int size)
+{
+    return MemoryAccess{true, true, size};
+}
+MemoryAccess load(int size)
+{
+    return MemoryAccess{true, false, size};
+}
 
 MemoryAccess decodeTwoByte(const uint8_t* op, int opSize)
 {

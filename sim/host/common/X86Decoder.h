@@ -17,8 +17,8 @@ struct MemoryAccess
 struct PortInstruction
 {
     bool valid = false;
-    bool input = false;     // in (true) or out (false)
-    bool fromDx = false;    // port in DX, else the immediate byte
+    bool input = false;  // in (true) or out (false)
+    bool fromDx = false; // port in DX, else the immediate byte
     uint8_t immediate = 0;
     int size = 0;   // 1, 2 or 4 bytes
     int length = 0; // instruction length in bytes, prefix included

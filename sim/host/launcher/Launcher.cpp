@@ -29,7 +29,10 @@ std::string selfPath()
     return n > 0 ? std::string(buffer, static_cast<size_t>(n)) : std::string();
 }
 
-std::string directoryOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
+std::string directoryOf(const std::string& path)
+{
+    return path.substr(0, path.rfind('/'));
+}
 
 bool makeTree(const std::string& path)
 {
@@ -55,28 +58,28 @@ void forwardSignal(int sig)
 // terminal echoes, until the command ends.
 void relayPty(int master, pid_t child)
 {
+    bool inputOpen = true;
     for (;;)
     {
-        int status = 0;
-        if (waitpid(child, &status, WNOHANG | WNOWAIT) == child)
+        siginfo_t info{};
+        if (waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+            info.si_pid == child)
             return;
         fd_set read;
         FD_ZERO(&read);
         FD_SET(master, &read);
-        FD_SET(STDIN_FILENO, &read);
+        if (inputOpen)
+            FD_SET(STDIN_FILENO, &read);
         timeval timeout{0, 50000};
         if (select(master + 1, &read, nullptr, nullptr, &timeout) <= 0)
             continue;
         char buffer[512];
         if (FD_ISSET(master, &read) && ::read(master, buffer, sizeof buffer) <= 0)
             return;
-        if (FD_ISSET(STDIN_FILENO, &read))
+        if (inputOpen && FD_ISSET(STDIN_FILENO, &read))
         {
             const ssize_t n = ::read(STDIN_FILENO, buffer, sizeof buffer);
-            if (n <= 0)
-                FD_CLR(STDIN_FILENO, &read);
-            else if (write(master, buffer, static_cast<size_t>(n)) < 0)
-                return;
+            inputOpen = n > 0 && write(master, buffer, static_cast<size_t>(n)) == n;
         }
     }
 }

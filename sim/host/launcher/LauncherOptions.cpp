@@ -32,9 +32,11 @@ std::vector<std::string> LauncherOptions::hostFaultNames()
 
 bool LauncherOptions::parse(int argc, char** argv, std::string* error)
 {
-    static const std::map<std::string, std::string> boardKeys = {
-        {"--board", "board"}, {"--ident", "ident"}, {"--board-version", "version"},
-        {"--q7k-regs", "q7k-regs"}, {"--seed", "seed"}};
+    static const std::map<std::string, std::string> boardKeys = {{"--board", "board"},
+                                                                 {"--ident", "ident"},
+                                                                 {"--board-version", "version"},
+                                                                 {"--q7k-regs", "q7k-regs"},
+                                                                 {"--seed", "seed"}};
     sim::BoardConfig check;
     int i = 1;
     for (; i < argc; ++i)

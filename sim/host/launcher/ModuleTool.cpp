@@ -1,8 +1,8 @@
 #include "ModuleTool.h"
 
+#include "JsonLine.h"
 #include "RunConfig.h"
 #include "TraceFile.h"
-#include "JsonLine.h"
 #include "VirtualClock.h"
 
 #include <cerrno>
@@ -116,7 +116,9 @@ int ModuleTool::modprobe(const std::string& runDir, int argc, char** argv)
     }
     else if (config.getInt("no_drivers", 0) != 0 || nodeOf(module).empty())
     {
-        struct utsname uts{};
+        struct utsname uts
+        {
+        };
         uname(&uts);
         report(toSyslog, "modprobe",
                "FATAL: Module " + module + " not found in directory /lib/modules/" + uts.release);

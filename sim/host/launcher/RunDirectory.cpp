@@ -15,7 +15,8 @@
 namespace simhost
 {
 
-const char* const RunDirectory::kHostDevices[] = {"null", "zero", "full", "random", "urandom", "tty", "ptmx", nullptr};
+const char* const RunDirectory::kHostDevices[] = {"null",    "zero", "full", "random",
+                                                  "urandom", "tty",  "ptmx", nullptr};
 
 namespace
 {
@@ -84,8 +85,10 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
     for (int i = 0; kHostDevices[i] != nullptr; ++i)
         if (!touch(dev + "/" + kHostDevices[i], error))
             return false;
-    if (!makeLink("/proc/self/fd", dev + "/fd", error) || !makeLink("/proc/self/fd/0", dev + "/stdin", error) ||
-        !makeLink("/proc/self/fd/1", dev + "/stdout", error) || !makeLink("/proc/self/fd/2", dev + "/stderr", error))
+    if (!makeLink("/proc/self/fd", dev + "/fd", error) ||
+        !makeLink("/proc/self/fd/0", dev + "/stdin", error) ||
+        !makeLink("/proc/self/fd/1", dev + "/stdout", error) ||
+        !makeLink("/proc/self/fd/2", dev + "/stderr", error))
         return false;
     if (!options.noDrivers && options.hostBoard == 1 && !touch(dev + "/zq8_0", error))
         return false;
@@ -102,8 +105,9 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
     config.set("speed", std::to_string(options.speed));
     const int64_t monoStart = VirtualClock::realNs(VirtualClock::kMonotonic);
     config.set("mono_start_ns", std::to_string(monoStart));
-    config.set("wall_start_ns", std::to_string(options.dateGiven ? options.wallStartNs
-                                                                 : VirtualClock::realNs(VirtualClock::kRealtime)));
+    config.set("wall_start_ns",
+               std::to_string(options.dateGiven ? options.wallStartNs
+                                                : VirtualClock::realNs(VirtualClock::kRealtime)));
     config.set("host_board", std::to_string(options.hostBoard));
     config.set("no_drivers", options.noDrivers ? "1" : "0");
     config.set("trace", options.trace);
@@ -113,7 +117,8 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
         *error = failure("write", path_ + "/" + RunConfig::kFileName);
         return false;
     }
-    if (!writeBoardConfig(options, error) || !writeEeprom(options, error) || !writeModuleCommands(selfPath, error))
+    if (!writeBoardConfig(options, error) || !writeEeprom(options, error) ||
+        !writeModuleCommands(selfPath, error))
         return false;
     if (options.modulesLoaded && !options.noDrivers)
     {
@@ -146,7 +151,8 @@ bool RunDirectory::writeEeprom(const LauncherOptions& options, std::string* erro
         image.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
         if (image.size() != sim::SimServer::kEepromSize)
         {
-            *error = options.eeprom + ": an EEPROM image holds 32768 bytes, this file " + std::to_string(image.size());
+            *error = options.eeprom + ": an EEPROM image holds 32768 bytes, this file " +
+                     std::to_string(image.size());
             return false;
         }
     }
@@ -184,8 +190,8 @@ bool RunDirectory::writeModuleCommands(const std::string& selfPath, std::string*
     {
         const std::string path = binDir() + "/" + command;
         std::ofstream out(path);
-        out << "#!/bin/sh\nexec '" << selfPath << "' " << ModuleTool::kOption << " '" << path_ << "' " << command
-            << " \"$@\"\n";
+        out << "#!/bin/sh\nexec '" << selfPath << "' " << ModuleTool::kOption << " '" << path_ << "' "
+            << command << " \"$@\"\n";
         if (!out.flush() || chmod(path.c_str(), 0755) != 0)
         {
             *error = failure("write", path);

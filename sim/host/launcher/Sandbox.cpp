@@ -20,8 +20,8 @@ bool mountCall(const char* source, const std::string& target, const char* type, 
 {
     if (mount(source, target.c_str(), type, flags, nullptr) == 0)
         return true;
-    *error = std::string("mount(") + (source != nullptr ? source : "none") + ", " + target + "): " +
-             std::strerror(errno);
+    *error = std::string("mount(") + (source != nullptr ? source : "none") + ", " + target +
+             "): " + std::strerror(errno);
     return false;
 }
 
@@ -45,26 +45,35 @@ bool Sandbox::enter(const RunDirectory& run, const LauncherOptions& options, std
     for (int i = 0; RunDirectory::kHostDevices[i] != nullptr; ++i)
     {
         const std::string host = std::string("/dev/") + RunDirectory::kHostDevices[i];
-        if (exists(host.c_str()) && !mountCall(host.c_str(), dev + "/" + RunDirectory::kHostDevices[i], nullptr,
-                                               MS_BIND, error))
+        if (exists(host.c_str()) &&
+            !mountCall(host.c_str(), dev + "/" + RunDirectory::kHostDevices[i], nullptr, MS_BIND, error))
             return false;
     }
     if (!mountCall("/dev/pts", dev + "/pts", nullptr, MS_BIND | MS_REC, error) ||
         !mountCall("tmpfs", dev + "/shm", "tmpfs", MS_NOSUID | MS_NODEV, error))
         return false;
-    if (!options.root.empty() && !mountCall(options.root.c_str(), run.mntDir() + "/APPS", nullptr, MS_BIND, error))
+    if (!options.root.empty() &&
+        !mountCall(options.root.c_str(), run.mntDir() + "/APPS", nullptr, MS_BIND, error))
         return false;
     if (!mountCall(dev.c_str(), "/dev", nullptr, MS_BIND | MS_REC, error) ||
         !mountCall(run.mntDir().c_str(), "/mnt", nullptr, MS_BIND | MS_REC, error))
         return false;
-    // The system's own module commands too: a hardened tool may call them by absolute path.
-    for (const char* command : {"modprobe", "rmmod"})
+    // The system's own module commands too: the tool runs them with a fixed PATH and a clean
+    // environment. The run's bin/ is laid over each system program folder; where the kernel
+    // refuses the overlay, existing commands are covered one by one.
+    for (const char* dir : {"/usr/sbin", "/sbin", "/usr/bin", "/bin"})
     {
-        const std::string ours = run.binDir() + "/" + command;
-        for (const std::string dir : {"/sbin/", "/usr/sbin/", "/bin/", "/usr/bin/"})
+        struct stat st;
+        if (lstat(dir, &st) != 0 || !S_ISDIR(st.st_mode))
+            continue;
+        const std::string layers = "lowerdir=" + run.binDir() + ":" + dir;
+        if (mount("overlay", dir, "overlay", MS_RDONLY, layers.c_str()) == 0)
+            continue;
+        for (const char* command : {"modprobe", "rmmod"})
         {
-            const std::string system = dir + command;
-            if (exists(system.c_str()) && !mountCall(ours.c_str(), system, nullptr, MS_BIND, error))
+            const std::string system = std::string(dir) + "/" + command;
+            if (exists(system.c_str()) &&
+                !mountCall((run.binDir() + "/" + command).c_str(), system, nullptr, MS_BIND, error))
                 return false;
         }
     }

@@ -23,8 +23,8 @@ SyslogCollector::~SyslogCollector()
         close(out_);
 }
 
-bool SyslogCollector::open(const std::string& socketPath, const std::string& outPath, const VirtualClock& clock,
-                           std::string* error)
+bool SyslogCollector::open(const std::string& socketPath, const std::string& outPath,
+                           const VirtualClock& clock, std::string* error)
 {
     clock_ = clock;
     socket_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);

@@ -42,7 +42,10 @@ struct sigaction gPreviousSegv;
 struct sigaction gPreviousTrap;
 std::atomic<bool> gInstalled{false};
 
-uintptr_t pageSize() { return static_cast<uintptr_t>(sysconf(_SC_PAGESIZE)); }
+uintptr_t pageSize()
+{
+    return static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+}
 
 uint8_t readByte(sim::SimServer& board, const MappedArea& area, uint32_t offset, uint64_t now)
 {
@@ -161,7 +164,9 @@ void BusTrap::install()
         std::fprintf(stderr, "sarvik-sim: sigaltstack: %s\n", std::strerror(errno));
         _exit(125);
     }
-    struct sigaction action{};
+    struct sigaction action
+    {
+    };
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     sigemptyset(&action.sa_mask);
     action.sa_sigaction = onSegv;

@@ -3,9 +3,9 @@
 // (configuration ioctl, mappings, port grants) are answered here.
 #include "BusTrap.h"
 #include "Interposer.h"
+#include "JsonLine.h"
 #include "RealCalls.h"
 #include "SimServer.h"
-#include "JsonLine.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -71,7 +71,8 @@ int noteOpen(const char* path, int fd)
 int openPath(int dirfd, const char* path, int flags, mode_t mode)
 {
     const RealCalls& real = RealCalls::get();
-    const int fd = dirfd == AT_FDCWD ? real.open64(path, flags, mode) : real.openat64(dirfd, path, flags, mode);
+    const int fd =
+        dirfd == AT_FDCWD ? real.open64(path, flags, mode) : real.openat64(dirfd, path, flags, mode);
     return noteOpen(path, fd);
 }
 
@@ -89,7 +90,8 @@ int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, vo
     int error = 0;
     if (device == Device::Comram && request == kComramConfig)
     {
-        uint32_t record[8] = {0, kComramOffset, sim::SimServer::kComramSize, 0, kIoAreaOffset, kIoAreaPorts, 0, 0};
+        uint32_t record[8] = {
+            0, kComramOffset, sim::SimServer::kComramSize, 0, kIoAreaOffset, kIoAreaPorts, 0, 0};
         std::memcpy(arg, record, sizeof record);
     }
     else if ((device == Device::Comram && (request == kComramInit || request == kComramShutdown)) ||
@@ -122,9 +124,12 @@ int anyIoctl(int (*realIoctl)(int, unsigned long, ...), int fd, unsigned long re
 void* deviceMmap(Interposer& ip, Device device, size_t length, int64_t offset)
 {
     JsonLine line(ip.nowNs(), "mmap");
-    line.str("path", DeviceTable::name(device)).hex("offset", static_cast<uint32_t>(offset), 6).num("length", length);
+    line.str("path", DeviceTable::name(device))
+        .hex("offset", static_cast<uint32_t>(offset), 6)
+        .num("length", length);
     uint8_t* area = nullptr;
-    if (device == Device::Comram && offset == kComramOffset && length > 0 && length <= sim::SimServer::kComramSize)
+    if (device == Device::Comram && offset == kComramOffset && length > 0 &&
+        length <= sim::SimServer::kComramSize)
     {
         ip.board();
         area = ip.areas().create(AreaKind::Comram, sim::SimServer::kComramSize);
@@ -162,135 +167,147 @@ void* anyMmap(void* address, size_t length, int prot, int flags, int fd, int64_t
 extern "C"
 {
 
-int open(const char* path, int flags, ...)
-{
-    va_list args;
-    va_start(args, flags);
-    const mode_t mode = modeArgument(flags, args);
-    va_end(args);
-    return openPath(AT_FDCWD, path, flags, mode);
-}
-
-int open64(const char* path, int flags, ...)
-{
-    va_list args;
-    va_start(args, flags);
-    const mode_t mode = modeArgument(flags, args);
-    va_end(args);
-    return openPath(AT_FDCWD, path, flags, mode);
-}
-
-int __open_2(const char* path, int flags) { return openPath(AT_FDCWD, path, flags, 0); }
-int __open64_2(const char* path, int flags) { return openPath(AT_FDCWD, path, flags, 0); }
-
-int openat(int dirfd, const char* path, int flags, ...)
-{
-    va_list args;
-    va_start(args, flags);
-    const mode_t mode = modeArgument(flags, args);
-    va_end(args);
-    return openPath(dirfd, path, flags, mode);
-}
-
-int openat64(int dirfd, const char* path, int flags, ...)
-{
-    va_list args;
-    va_start(args, flags);
-    const mode_t mode = modeArgument(flags, args);
-    va_end(args);
-    return openPath(dirfd, path, flags, mode);
-}
-
-int __openat_2(int dirfd, const char* path, int flags) { return openPath(dirfd, path, flags, 0); }
-int __openat64_2(int dirfd, const char* path, int flags) { return openPath(dirfd, path, flags, 0); }
-
-int close(int fd)
-{
-    Interposer* ip = runInterposer();
-    const Device device = ip != nullptr ? ip->devices().remove(fd) : Device::None;
-    const int result = RealCalls::get().close(fd);
-    if (device != Device::None)
+    int open(const char* path, int flags, ...)
     {
-        const int savedErrno = errno;
-        JsonLine line(ip->nowNs(), "close");
-        line.str("path", DeviceTable::name(device)).num("fd", fd);
-        ip->trace(line);
-        errno = savedErrno;
+        va_list args;
+        va_start(args, flags);
+        const mode_t mode = modeArgument(flags, args);
+        va_end(args);
+        return openPath(AT_FDCWD, path, flags, mode);
     }
-    return result;
-}
 
-int ioctl(int fd, unsigned long request, ...) noexcept
-{
-    va_list args;
-    va_start(args, request);
-    void* arg = va_arg(args, void*);
-    va_end(args);
-    return anyIoctl(RealCalls::get().ioctl, fd, request, arg);
-}
+    int open64(const char* path, int flags, ...)
+    {
+        va_list args;
+        va_start(args, flags);
+        const mode_t mode = modeArgument(flags, args);
+        va_end(args);
+        return openPath(AT_FDCWD, path, flags, mode);
+    }
 
-int __ioctl_time64(int fd, unsigned long request, ...)
-{
-    va_list args;
-    va_start(args, request);
-    void* arg = va_arg(args, void*);
-    va_end(args);
-    return anyIoctl(RealCalls::get().ioctlTime64, fd, request, arg);
-}
+    int __open_2(const char* path, int flags)
+    {
+        return openPath(AT_FDCWD, path, flags, 0);
+    }
+    int __open64_2(const char* path, int flags)
+    {
+        return openPath(AT_FDCWD, path, flags, 0);
+    }
 
-void* mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) noexcept
-{
-    return anyMmap(address, length, prot, flags, fd, static_cast<uint32_t>(offset));
-}
+    int openat(int dirfd, const char* path, int flags, ...)
+    {
+        va_list args;
+        va_start(args, flags);
+        const mode_t mode = modeArgument(flags, args);
+        va_end(args);
+        return openPath(dirfd, path, flags, mode);
+    }
 
-void* mmap64(void* address, size_t length, int prot, int flags, int fd, off64_t offset) noexcept
-{
-    return anyMmap(address, length, prot, flags, fd, offset);
-}
+    int openat64(int dirfd, const char* path, int flags, ...)
+    {
+        va_list args;
+        va_start(args, flags);
+        const mode_t mode = modeArgument(flags, args);
+        va_end(args);
+        return openPath(dirfd, path, flags, mode);
+    }
 
-int munmap(void* address, size_t length) noexcept
-{
-    Interposer* ip = runInterposer();
-    AreaKind kind = AreaKind::Comram;
-    if (ip == nullptr || !ip->areas().release(address, &kind))
-        return RealCalls::get().munmap(address, length);
-    JsonLine line(ip->nowNs(), "munmap");
-    line.str("area", kind == AreaKind::Comram ? "comram" : "io").num("length", length);
-    ip->trace(line);
-    return 0;
-}
+    int __openat_2(int dirfd, const char* path, int flags)
+    {
+        return openPath(dirfd, path, flags, 0);
+    }
+    int __openat64_2(int dirfd, const char* path, int flags)
+    {
+        return openPath(dirfd, path, flags, 0);
+    }
 
-int ioperm(unsigned long from, unsigned long count, int on) noexcept
-{
-    Interposer* ip = runInterposer();
-    if (ip == nullptr)
-        return fail(ENOSYS);
-    JsonLine line(ip->nowNs(), "ioperm");
-    line.hex("from", static_cast<uint32_t>(from), 3).num("count", count).num("on", on != 0);
-    const bool ok = ip->ports().set(from, count, on != 0);
-    line.num("result", ok ? 0 : -1);
-    ip->trace(line);
-    if (!ok)
-        return fail(EINVAL);
-    ip->board();
-    simhost::BusTrap::install();
-    return 0;
-}
+    int close(int fd)
+    {
+        Interposer* ip = runInterposer();
+        const Device device = ip != nullptr ? ip->devices().remove(fd) : Device::None;
+        const int result = RealCalls::get().close(fd);
+        if (device != Device::None)
+        {
+            const int savedErrno = errno;
+            JsonLine line(ip->nowNs(), "close");
+            line.str("path", DeviceTable::name(device)).num("fd", fd);
+            ip->trace(line);
+            errno = savedErrno;
+        }
+        return result;
+    }
 
-int iopl(int level) noexcept
-{
-    Interposer* ip = runInterposer();
-    if (ip == nullptr)
-        return fail(ENOSYS);
-    if (level < 0 || level > 3)
-        return fail(EINVAL);
-    JsonLine line(ip->nowNs(), "iopl");
-    line.num("level", level);
-    ip->trace(line);
-    ip->ports().setAll(level == 3);
-    ip->board();
-    simhost::BusTrap::install();
-    return 0;
-}
+    int ioctl(int fd, unsigned long request, ...) noexcept
+    {
+        va_list args;
+        va_start(args, request);
+        void* arg = va_arg(args, void*);
+        va_end(args);
+        return anyIoctl(RealCalls::get().ioctl, fd, request, arg);
+    }
+
+    int __ioctl_time64(int fd, unsigned long request, ...)
+    {
+        va_list args;
+        va_start(args, request);
+        void* arg = va_arg(args, void*);
+        va_end(args);
+        return anyIoctl(RealCalls::get().ioctlTime64, fd, request, arg);
+    }
+
+    void* mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) noexcept
+    {
+        return anyMmap(address, length, prot, flags, fd, static_cast<uint32_t>(offset));
+    }
+
+    void* mmap64(void* address, size_t length, int prot, int flags, int fd, off64_t offset) noexcept
+    {
+        return anyMmap(address, length, prot, flags, fd, offset);
+    }
+
+    int munmap(void* address, size_t length) noexcept
+    {
+        Interposer* ip = runInterposer();
+        AreaKind kind = AreaKind::Comram;
+        if (ip == nullptr || !ip->areas().release(address, &kind))
+            return RealCalls::get().munmap(address, length);
+        JsonLine line(ip->nowNs(), "munmap");
+        line.str("area", kind == AreaKind::Comram ? "comram" : "io").num("length", length);
+        ip->trace(line);
+        return 0;
+    }
+
+    int ioperm(unsigned long from, unsigned long count, int on) noexcept
+    {
+        Interposer* ip = runInterposer();
+        if (ip == nullptr)
+            return fail(ENOSYS);
+        JsonLine line(ip->nowNs(), "ioperm");
+        line.hex("from", static_cast<uint32_t>(from), 3).num("count", count).num("on", on != 0);
+        const bool ok = ip->ports().set(from, count, on != 0);
+        line.num("result", ok ? 0 : -1);
+        ip->trace(line);
+        if (!ok)
+            return fail(EINVAL);
+        ip->board();
+        simhost::BusTrap::install();
+        return 0;
+    }
+
+    int iopl(int level) noexcept
+    {
+        Interposer* ip = runInterposer();
+        if (ip == nullptr)
+            return fail(ENOSYS);
+        if (level < 0 || level > 3)
+            return fail(EINVAL);
+        JsonLine line(ip->nowNs(), "iopl");
+        line.num("level", level);
+        ip->trace(line);
+        ip->ports().setAll(level == 3);
+        ip->board();
+        simhost::BusTrap::install();
+        return 0;
+    }
 
 } // extern "C"

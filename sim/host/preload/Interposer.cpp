@@ -1,8 +1,8 @@
 #include "Interposer.h"
 
+#include "JsonLine.h"
 #include "RealCalls.h"
 #include "SimServer.h"
-#include "JsonLine.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -89,7 +89,10 @@ void Interposer::trace(const JsonLine& line)
 
 namespace
 {
-__attribute__((constructor)) void startInterposer() { Interposer::start(); }
+__attribute__((constructor)) void startInterposer()
+{
+    Interposer::start();
+}
 } // namespace
 
 } // namespace simhost

@@ -41,7 +41,10 @@ const VirtualClock* virtualClock()
     return ip != nullptr && ip->inRun() ? &ip->clock() : nullptr;
 }
 
-bool isWallClock(clockid_t id) { return id == CLOCK_REALTIME || id == CLOCK_REALTIME_COARSE || id == CLOCK_TAI; }
+bool isWallClock(clockid_t id)
+{
+    return id == CLOCK_REALTIME || id == CLOCK_REALTIME_COARSE || id == CLOCK_TAI;
+}
 bool isMonotonicClock(clockid_t id)
 {
     return id == CLOCK_MONOTONIC || id == CLOCK_MONOTONIC_RAW || id == CLOCK_MONOTONIC_COARSE ||
@@ -127,7 +130,8 @@ int nanosleep64(clockid_t id, int flags, const Timespec64* request, Timespec64* 
     const int64_t now = VirtualClock::realNs(CLOCK_MONOTONIC);
     int64_t deadline = now + clock->toReal(requested);
     if ((flags & TIMER_ABSTIME) != 0)
-        deadline = isWallClock(id) ? clock->realMonoForWall(requested) : clock->realMonoForMonotonic(requested);
+        deadline =
+            isWallClock(id) ? clock->realMonoForWall(requested) : clock->realMonoForMonotonic(requested);
     int64_t left = 0;
     const int error = sleepUntilReal(deadline, &left, *clock);
     if (error == EINTR && remaining != nullptr && (flags & TIMER_ABSTIME) == 0)
@@ -173,7 +177,10 @@ clockid_t guessClock(const Timespec64& deadline)
     return toWall < toMono ? CLOCK_REALTIME : CLOCK_MONOTONIC;
 }
 
-Timespec64 widen(const struct timespec* ts) { return Timespec64{ts->tv_sec, static_cast<int32_t>(ts->tv_nsec), 0}; }
+Timespec64 widen(const struct timespec* ts)
+{
+    return Timespec64{ts->tv_sec, static_cast<int32_t>(ts->tv_nsec), 0};
+}
 
 int narrow(const Timespec64& wide, struct timespec* ts)
 {
@@ -187,163 +194,169 @@ int narrow(const Timespec64& wide, struct timespec* ts)
     return 0;
 }
 
-template <typename F> F next(const char* name) { return reinterpret_cast<F>(dlsym(RTLD_NEXT, name)); }
+template <typename F> F next(const char* name)
+{
+    return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
+}
 
 } // namespace
 
 extern "C"
 {
 
-int __clock_gettime64(clockid_t id, Timespec64* ts) { return gettime64(id, ts) == 0 ? 0 : -1; }
-
-int clock_gettime(clockid_t id, struct timespec* ts) noexcept
-{
-    Timespec64 wide{};
-    if (gettime64(id, &wide) != 0)
-        return -1;
-    return narrow(wide, ts);
-}
-
-int __gettimeofday64(Timeval64* tv, void*)
-{
-    Timespec64 wide{};
-    gettime64(CLOCK_REALTIME, &wide);
-    if (tv != nullptr)
-        *tv = Timeval64{wide.sec, wide.nsec / 1000};
-    return 0;
-}
-
-int gettimeofday(struct timeval* tv, void*) noexcept
-{
-    Timespec64 wide{};
-    gettime64(CLOCK_REALTIME, &wide);
-    if (wide.sec > INT32_MAX)
+    int __clock_gettime64(clockid_t id, Timespec64* ts)
     {
-        errno = EOVERFLOW;
+        return gettime64(id, ts) == 0 ? 0 : -1;
+    }
+
+    int clock_gettime(clockid_t id, struct timespec* ts) noexcept
+    {
+        Timespec64 wide{};
+        if (gettime64(id, &wide) != 0)
+            return -1;
+        return narrow(wide, ts);
+    }
+
+    int __gettimeofday64(Timeval64* tv, void*)
+    {
+        Timespec64 wide{};
+        gettime64(CLOCK_REALTIME, &wide);
+        if (tv != nullptr)
+            *tv = Timeval64{wide.sec, wide.nsec / 1000};
+        return 0;
+    }
+
+    int gettimeofday(struct timeval* tv, void*) noexcept
+    {
+        Timespec64 wide{};
+        gettime64(CLOCK_REALTIME, &wide);
+        if (wide.sec > INT32_MAX)
+        {
+            errno = EOVERFLOW;
+            return -1;
+        }
+        tv->tv_sec = static_cast<time_t>(wide.sec);
+        tv->tv_usec = wide.nsec / 1000;
+        return 0;
+    }
+
+    int64_t __time64(int64_t* out)
+    {
+        Timespec64 wide{};
+        gettime64(CLOCK_REALTIME, &wide);
+        if (out != nullptr)
+            *out = wide.sec;
+        return wide.sec;
+    }
+
+    time_t time(time_t* out) noexcept
+    {
+        Timespec64 wide{};
+        gettime64(CLOCK_REALTIME, &wide);
+        if (wide.sec > INT32_MAX)
+        {
+            errno = EOVERFLOW;
+            return static_cast<time_t>(-1);
+        }
+        if (out != nullptr)
+            *out = static_cast<time_t>(wide.sec);
+        return static_cast<time_t>(wide.sec);
+    }
+
+    int __clock_nanosleep_time64(clockid_t id, int flags, const Timespec64* request, Timespec64* remaining)
+    {
+        return nanosleep64(id, flags, request, remaining);
+    }
+
+    int clock_nanosleep(clockid_t id, int flags, const struct timespec* request, struct timespec* remaining)
+    {
+        const Timespec64 wide = widen(request);
+        Timespec64 left{};
+        const int error = nanosleep64(id, flags, &wide, &left);
+        if (error == EINTR && remaining != nullptr)
+            narrow(left, remaining);
+        return error;
+    }
+
+    int __nanosleep64(const Timespec64* request, Timespec64* remaining)
+    {
+        const int error = nanosleep64(CLOCK_MONOTONIC, 0, request, remaining);
+        if (error == 0)
+            return 0;
+        errno = error;
         return -1;
     }
-    tv->tv_sec = static_cast<time_t>(wide.sec);
-    tv->tv_usec = wide.nsec / 1000;
-    return 0;
-}
 
-int64_t __time64(int64_t* out)
-{
-    Timespec64 wide{};
-    gettime64(CLOCK_REALTIME, &wide);
-    if (out != nullptr)
-        *out = wide.sec;
-    return wide.sec;
-}
-
-time_t time(time_t* out) noexcept
-{
-    Timespec64 wide{};
-    gettime64(CLOCK_REALTIME, &wide);
-    if (wide.sec > INT32_MAX)
+    int nanosleep(const struct timespec* request, struct timespec* remaining)
     {
-        errno = EOVERFLOW;
-        return static_cast<time_t>(-1);
+        const Timespec64 wide = widen(request);
+        Timespec64 left{};
+        const int error = nanosleep64(CLOCK_MONOTONIC, 0, &wide, &left);
+        if (error == 0)
+            return 0;
+        if (error == EINTR && remaining != nullptr)
+            narrow(left, remaining);
+        errno = error;
+        return -1;
     }
-    if (out != nullptr)
-        *out = static_cast<time_t>(wide.sec);
-    return static_cast<time_t>(wide.sec);
-}
 
-int __clock_nanosleep_time64(clockid_t id, int flags, const Timespec64* request, Timespec64* remaining)
-{
-    return nanosleep64(id, flags, request, remaining);
-}
+    int usleep(useconds_t microseconds)
+    {
+        const int error = sleepVirtualNs(static_cast<int64_t>(microseconds) * 1000, nullptr);
+        if (error == 0)
+            return 0;
+        errno = error;
+        return -1;
+    }
 
-int clock_nanosleep(clockid_t id, int flags, const struct timespec* request, struct timespec* remaining)
-{
-    const Timespec64 wide = widen(request);
-    Timespec64 left{};
-    const int error = nanosleep64(id, flags, &wide, &left);
-    if (error == EINTR && remaining != nullptr)
-        narrow(left, remaining);
-    return error;
-}
+    unsigned int sleep(unsigned int seconds)
+    {
+        int64_t left = 0;
+        sleepVirtualNs(static_cast<int64_t>(seconds) * kNs, &left);
+        return static_cast<unsigned int>((left + kNs - 1) / kNs);
+    }
 
-int __nanosleep64(const Timespec64* request, Timespec64* remaining)
-{
-    const int error = nanosleep64(CLOCK_MONOTONIC, 0, request, remaining);
-    if (error == 0)
-        return 0;
-    errno = error;
-    return -1;
-}
+    int __pthread_cond_timedwait64(pthread_cond_t* cond, pthread_mutex_t* mutex, const Timespec64* deadline)
+    {
+        static auto real =
+            next<int (*)(pthread_cond_t*, pthread_mutex_t*, const Timespec64*)>("__pthread_cond_timedwait64");
+        const Timespec64 at = realDeadline(guessClock(*deadline), *deadline);
+        return real(cond, mutex, &at);
+    }
 
-int nanosleep(const struct timespec* request, struct timespec* remaining)
-{
-    const Timespec64 wide = widen(request);
-    Timespec64 left{};
-    const int error = nanosleep64(CLOCK_MONOTONIC, 0, &wide, &left);
-    if (error == 0)
-        return 0;
-    if (error == EINTR && remaining != nullptr)
-        narrow(left, remaining);
-    errno = error;
-    return -1;
-}
+    int pthread_cond_timedwait(pthread_cond_t* cond, pthread_mutex_t* mutex, const struct timespec* deadline)
+    {
+        const Timespec64 wide = widen(deadline);
+        return __pthread_cond_timedwait64(cond, mutex, &wide);
+    }
 
-int usleep(useconds_t microseconds)
-{
-    const int error = sleepVirtualNs(static_cast<int64_t>(microseconds) * 1000, nullptr);
-    if (error == 0)
-        return 0;
-    errno = error;
-    return -1;
-}
+    int __pthread_cond_clockwait64(pthread_cond_t* cond, pthread_mutex_t* mutex, clockid_t id,
+                                   const Timespec64* deadline)
+    {
+        static auto real = next<int (*)(pthread_cond_t*, pthread_mutex_t*, clockid_t, const Timespec64*)>(
+            "__pthread_cond_clockwait64");
+        const Timespec64 at = realDeadline(id, *deadline);
+        return real(cond, mutex, id, &at);
+    }
 
-unsigned int sleep(unsigned int seconds)
-{
-    int64_t left = 0;
-    sleepVirtualNs(static_cast<int64_t>(seconds) * kNs, &left);
-    return static_cast<unsigned int>((left + kNs - 1) / kNs);
-}
+    int pthread_cond_clockwait(pthread_cond_t* cond, pthread_mutex_t* mutex, clockid_t id,
+                               const struct timespec* deadline)
+    {
+        const Timespec64 wide = widen(deadline);
+        return __pthread_cond_clockwait64(cond, mutex, id, &wide);
+    }
 
-int __pthread_cond_timedwait64(pthread_cond_t* cond, pthread_mutex_t* mutex, const Timespec64* deadline)
-{
-    static auto real = next<int (*)(pthread_cond_t*, pthread_mutex_t*, const Timespec64*)>(
-        "__pthread_cond_timedwait64");
-    const Timespec64 at = realDeadline(guessClock(*deadline), *deadline);
-    return real(cond, mutex, &at);
-}
+    int __sem_timedwait64(sem_t* sem, const Timespec64* deadline)
+    {
+        static auto real = next<int (*)(sem_t*, const Timespec64*)>("__sem_timedwait64");
+        const Timespec64 at = realDeadline(CLOCK_REALTIME, *deadline);
+        return real(sem, &at);
+    }
 
-int pthread_cond_timedwait(pthread_cond_t* cond, pthread_mutex_t* mutex, const struct timespec* deadline)
-{
-    const Timespec64 wide = widen(deadline);
-    return __pthread_cond_timedwait64(cond, mutex, &wide);
-}
-
-int __pthread_cond_clockwait64(pthread_cond_t* cond, pthread_mutex_t* mutex, clockid_t id,
-                               const Timespec64* deadline)
-{
-    static auto real = next<int (*)(pthread_cond_t*, pthread_mutex_t*, clockid_t, const Timespec64*)>(
-        "__pthread_cond_clockwait64");
-    const Timespec64 at = realDeadline(id, *deadline);
-    return real(cond, mutex, id, &at);
-}
-
-int pthread_cond_clockwait(pthread_cond_t* cond, pthread_mutex_t* mutex, clockid_t id,
-                           const struct timespec* deadline)
-{
-    const Timespec64 wide = widen(deadline);
-    return __pthread_cond_clockwait64(cond, mutex, id, &wide);
-}
-
-int __sem_timedwait64(sem_t* sem, const Timespec64* deadline)
-{
-    static auto real = next<int (*)(sem_t*, const Timespec64*)>("__sem_timedwait64");
-    const Timespec64 at = realDeadline(CLOCK_REALTIME, *deadline);
-    return real(sem, &at);
-}
-
-int sem_timedwait(sem_t* sem, const struct timespec* deadline)
-{
-    const Timespec64 wide = widen(deadline);
-    return __sem_timedwait64(sem, &wide);
-}
+    int sem_timedwait(sem_t* sem, const struct timespec* deadline)
+    {
+        const Timespec64 wide = widen(deadline);
+        return __sem_timedwait64(sem, &wide);
+    }
 
 } // extern "C"

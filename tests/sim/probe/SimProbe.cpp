@@ -1,0 +1,239 @@
+// sim-probe: a small i386 program that runs inside the simulated server and uses its devices
+// the way the tool does, printing what it observes as key=value lines.
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <string>
+#include <sys/io.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace
+{
+
+int64_t monotonicMs()
+{
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<int64_t>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+}
+
+void sleepMs(long ms)
+{
+    timespec ts{ms / 1000, (ms % 1000) * 1000000L};
+    nanosleep(&ts, nullptr);
+}
+
+bool exists(const char* path)
+{
+    return access(path, F_OK) == 0;
+}
+
+void printNodes()
+{
+    for (const char* node : {"/dev/comram0", "/dev/timecode0", "/dev/zq8_0"})
+        std::printf("%s=%s\n", node + 5, exists(node) ? "present" : "absent");
+}
+
+struct Driver
+{
+    int fd = -1;
+    uint32_t config[8] = {};
+    volatile uint8_t* comram = nullptr;
+    volatile uint8_t* io = nullptr;
+};
+
+bool openDriver(Driver* d)
+{
+    d->fd = open("/dev/comram0", O_RDWR);
+    if (d->fd < 0 || ioctl(d->fd, 0x80206E01, d->config) != 0)
+    {
+        std::printf("error=%s\n", std::strerror(errno));
+        return false;
+    }
+    void* ram = mmap(nullptr, d->config[2], PROT_READ | PROT_WRITE, MAP_SHARED, d->fd, d->config[1]);
+    if (ram == MAP_FAILED)
+    {
+        std::printf("error=mmap %s\n", std::strerror(errno));
+        return false;
+    }
+    d->comram = static_cast<volatile uint8_t*>(ram);
+    if (exists("/dev/zq8_0"))
+    {
+        ioperm(0x70, 2, 1);
+        void* io = mmap(nullptr, d->config[5], PROT_READ | PROT_WRITE, MAP_SHARED, d->fd, d->config[4]);
+        d->io = io == MAP_FAILED ? nullptr : static_cast<volatile uint8_t*>(io);
+    }
+    else
+        ioperm(d->config[4], d->config[5], 1);
+    return true;
+}
+
+// Posts one command through the command zone and waits for its status; -1 on a timeout.
+int command(volatile uint8_t* ram, uint8_t opcode, long timeoutMs)
+{
+    ram[0x0000] = opcode;
+    ram[0x0001] = 0x80;
+    ram[0x7FFF] = 1;
+    const int64_t start = monotonicMs();
+    while (ram[0x0001] == 0x80)
+    {
+        if (monotonicMs() - start > timeoutMs)
+            return -1;
+        sleepMs(1);
+    }
+    return ram[0x0001];
+}
+
+int board()
+{
+    Driver d;
+    if (!openDriver(&d))
+        return 1;
+    volatile uint8_t* ram = d.comram;
+    // RAM as bytes, words and double words, read back in every width.
+    ram[0x1000] = 0x5A;
+    *reinterpret_cast<volatile uint16_t*>(ram + 0x1002) = 0x1234;
+    *reinterpret_cast<volatile uint32_t*>(ram + 0x1004) = 0xCAFEF00D;
+    std::printf("ram8=0x%02x ram16=0x%04x ram32=0x%08x byte1005=0x%02x\n", ram[0x1000],
+                *reinterpret_cast<volatile uint16_t*>(ram + 0x1002),
+                *reinterpret_cast<volatile uint32_t*>(ram + 0x1004), ram[0x1005]);
+    // Reset pulse, then wait for the dual-port RAM to hold what is written.
+    ram[0x7FFD] = 1;
+    ram[0x7FFD] = 0;
+    const int64_t start = monotonicMs();
+    int ramReady = 0;
+    while (!ramReady && monotonicMs() - start < 10000)
+    {
+        ram[0x2000] = 0xA5;
+        ramReady = ram[0x2000] == 0xA5;
+        if (!ramReady)
+            sleepMs(1);
+    }
+    std::printf("ram_ready=%d\n", ramReady);
+    std::printf("presence=%d\n", command(ram, 0x01, 20000));
+    const int identStatus = command(ram, 0x05, 20000);
+    std::printf("ident_status=%d ident=0x%02x\n", identStatus, ram[0x0004]);
+    return 0;
+}
+
+int q7kRegisters()
+{
+    Driver d;
+    if (!openDriver(&d))
+        return 1;
+    int viaArea = -1;
+    if (d.io != nullptr)
+    {
+        d.io[0x351] = 0;
+        viaArea = d.io[0x350];
+    }
+    ioperm(0x350, 2, 1);
+    outb(0, 0x351);
+    const int viaPorts = inb(0x350);
+    std::printf("area_reg0=0x%02x port_reg0=0x%02x\n", viaArea & 0xFF, viaPorts);
+    return 0;
+}
+
+int config()
+{
+    Driver d;
+    if (!openDriver(&d))
+        return 1;
+    for (int i = 0; i < 8; ++i)
+        std::printf("word%d=0x%x\n", i, d.config[i]);
+    uint32_t zero = 0;
+    std::printf("init=%d shutdown=%d bogus=%d\n", ioctl(d.fd, 0x40046E10, &zero),
+                ioctl(d.fd, 0x40046E12, &zero), ioctl(d.fd, 0x12345678, &zero));
+    const int timecode = open("/dev/timecode0", O_RDWR);
+    std::printf("timecode_init=%d\n", ioctl(timecode, 0x40046B10, &zero));
+    return 0;
+}
+
+int usage()
+{
+    std::fprintf(stderr, "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
+                         " modprobe CMD | config | board | q7k | inb PORT | areabeyond\n");
+    return 2;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2)
+        return usage();
+    const std::string mode = argv[1];
+    const char* arg = argc > 2 ? argv[2] : "0";
+    if (mode == "exit")
+    {
+        std::printf("out\n");
+        std::fprintf(stderr, "err\n");
+        return std::atoi(arg);
+    }
+    if (mode == "kill")
+        return raise(std::atoi(arg));
+    if (mode == "syslog" && argc > 3)
+    {
+        openlog(argv[2], 0, LOG_USER);
+        syslog(LOG_ERR, "%s", argv[3]);
+        closelog();
+        return 0;
+    }
+    if (mode == "sleep")
+    {
+        const int64_t before = monotonicMs();
+        const time_t wallBefore = time(nullptr);
+        sleepMs(std::atol(arg));
+        std::printf("virtual_ms=%lld wall_s=%lld\n", static_cast<long long>(monotonicMs() - before),
+                    static_cast<long long>(time(nullptr) - wallBefore));
+        return 0;
+    }
+    if (mode == "date")
+    {
+        const time_t now = time(nullptr);
+        tm local{};
+        localtime_r(&now, &local);
+        std::printf("year=%d time64=%d\n", local.tm_year + 1900, static_cast<int>(sizeof(time_t) == 8));
+        return 0;
+    }
+    if (mode == "nodes")
+    {
+        printNodes();
+        return 0;
+    }
+    if (mode == "modprobe")
+    {
+        std::printf("status=%d\n", WEXITSTATUS(std::system(arg)));
+        printNodes();
+        return 0;
+    }
+    if (mode == "config")
+        return config();
+    if (mode == "board")
+        return board();
+    if (mode == "q7k")
+        return q7kRegisters();
+    if (mode == "inb")
+    {
+        std::printf("value=0x%02x\n", inb(static_cast<unsigned short>(std::strtoul(arg, nullptr, 0))));
+        return 0;
+    }
+    if (mode == "areabeyond")
+    {
+        Driver d;
+        if (!openDriver(&d) || d.io == nullptr)
+            return 1;
+        std::printf("value=0x%02x\n", d.io[0x800]);
+        return 0;
+    }
+    return usage();
+}
