@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/deps.sh >/dev/null
 bash tools/build.sh i386 >/dev/null
-if [ -x build/i386/sim/sarvik-sim ]; then
-    exec build/i386/sim/sarvik-sim -- build/i386/source/Sarvik "$@"
+if [ -x build/i386/sim/host/sarvik-sim ]; then
+    exec build/i386/sim/host/sarvik-sim -- build/i386/source/Sarvik "$@"
 fi
 exec build/i386/source/Sarvik "$@"
