@@ -45,12 +45,14 @@ INSTANTIATE_TEST_SUITE_P(Codes, ChassisName,
                                          NameCase{2, 80, false, ""}, NameCase{19, 80, false, ""},
                                          NameCase{-1, 80, false, ""},
                                          NameCase{-2147483647 - 1, 80, false, ""},
-                                         NameCase{255, 80, false, ""}));
+                                         NameCase{255, 80, false, ""}),
+                         CaseName);
 
 INSTANTIATE_TEST_SUITE_P(SmallBuffers, ChassisName,
                          testing::Values(NameCase{7, 3, true, "KV"}, NameCase{7, 1, true, ""},
                                          NameCase{3, 6, true, "KM-5U"}, NameCase{3, 7, true, "KM-5U "},
-                                         NameCase{18, 6, true, "KV-LT"}));
+                                         NameCase{18, 6, true, "KV-LT"}),
+                         CaseName);
 
 TEST(ChassisNameBuffer, NullBufferOrZeroSizeIsRefusedUntouched)
 {
