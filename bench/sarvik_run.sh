@@ -9,7 +9,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${SARVIK_BUILD_DIR:-build/i386}
-sim=$build/sim/sarvik-sim
+sim=$build/sim/host/sarvik-sim
 tool=$build/source/Sarvik
 runs=${1:-5}
 floor_ms=$((2000 + 130 + 60))
