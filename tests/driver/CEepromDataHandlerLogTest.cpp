@@ -72,6 +72,34 @@ TEST(CEepromDataHandlerLogging, ReadingTheSampleUnitWritesItsFieldsToTheEepromLo
     }
 }
 
+TEST(CEepromDataHandlerLogging, FinishedTextIsExpandedAgainOnItsWayToTheFile)
+{
+    mkdir("/mnt/APPS/data", 0777);
+    mkdir("/mnt/APPS/data/log", 0777);
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CEepromDataHandler handler(&server);
+    // Handed through "%s", each "%%" pair in a text is halved by the source, then again by the record.
+    struct
+    {
+        const char* text;
+        const char* line;
+    } const cases[] = {
+        {"plain text", "|C|     1| 1|plain text\r\n"},
+        {"a%%%%b", "|C|     1| 1|a%b\r\n"},
+        {"x%%%%%%%%y", "|C|     1| 1|x%%y\r\n"},
+    };
+    for (const auto& c : cases)
+    {
+        handler.Log("%s", c.text);
+    }
+    server.FlushPendingMessages();
+    for (const auto& c : cases)
+    {
+        const std::string text = WaitForLine(kEepromLog, c.line);
+        EXPECT_NE(text.find(c.line), std::string::npos) << c.text << " gave\n" << text;
+    }
+}
+
 TEST(CEepromDataHandlerLogging, WithoutAServerNothingReachesTheFiles)
 {
     mkdir("/mnt/APPS/data", 0777);
