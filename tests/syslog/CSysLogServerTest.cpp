@@ -25,7 +25,7 @@ public:
     int WriteMessage(CSysLogMessage* message) override
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        mSequences.push_back(message->mSequence_U32);
+        mSequences.push_back(+message->mSequence_U32);
         return message->mTextLength_U8;
     }
     bool IsReadyForReceiving() const override { return mReady.load(); }
