@@ -127,16 +127,25 @@ TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
 
 TEST(Package, LeavesTheMachineAsItWas)
 {
-    // The sandboxed install above writes into layers only: the machine has no Sarvik installed.
+    // The sandboxed install writes into layers only: what dpkg knows of sarvik and the files the
+    // package brings are on the machine afterwards exactly as before.
     CScratch scratch;
+    const std::vector<std::string> query = {"dpkg-query", "-W", "-f", "${Status} ${Version}", "sarvik"};
+    const std::vector<std::string> files = {
+        "ls", "-l", "--time-style=full-iso", "/usr/sbin", "/usr/share/man/man8", "/var/lib/dpkg/info"};
+    const ProgramResult queryBefore = scratch.Run(query);
+    const ProgramResult filesBefore = scratch.Run(files);
     std::vector<ProgramResult> results;
     std::string error;
-    ASSERT_TRUE(CInstallSandbox::Run(scratch.Folder(), {{"dpkg", "-i", SARVIK_DEB_PATH}}, &results, &error))
+    ASSERT_TRUE(
+        CInstallSandbox::Run(scratch.Folder(), {{"dpkg", "-i", SARVIK_DEB_PATH}, query}, &results, &error))
         << error;
     ASSERT_EQ(results[0].status, 0) << results[0].err;
-    EXPECT_FALSE(CScratch::Exists("/usr/share/man/man8/Sarvik.8.gz"));
-    const ProgramResult query = scratch.Run({"dpkg-query", "-W", "sarvik"});
-    EXPECT_NE(query.status, 0) << query.out;
+    EXPECT_EQ(results[1].out, "install ok installed " SARVIK_VERSION);
+    const ProgramResult queryAfter = scratch.Run(query);
+    EXPECT_EQ(queryAfter.out, queryBefore.out);
+    EXPECT_EQ(queryAfter.status, queryBefore.status);
+    EXPECT_EQ(scratch.Run(files).out, filesBefore.out);
 }
 
 } // namespace
