@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Configures and builds one tree: build.sh i386|asan|tsan|native [extra cmake args]
+# Configures and builds one tree: build.sh i386|asan|tsan|native [TARGET...] (default: all)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 kind="$1"; shift
@@ -12,5 +12,7 @@ case "$kind" in
     native) args+=(-DSARVIK_BENCH=ON) ;;
     *) echo "build.sh: unknown build '$kind'" >&2; exit 2 ;;
 esac
-cmake -S . -B "$dir" "${args[@]}" "$@" >/dev/null
-cmake --build "$dir" -j "$(nproc)"
+cmake -S . -B "$dir" "${args[@]}" >/dev/null
+targets=()
+for t in "$@"; do targets+=(--target "$t"); done
+cmake --build "$dir" -j "$(nproc)" "${targets[@]}"

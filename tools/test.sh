@@ -8,10 +8,13 @@ status=0
 total_pass=0
 total_fail=0
 
+# run_suite KIND "TARGETS" [ctest args]: builds TARGETS (all when empty), then runs ctest.
 run_suite() {
     local kind="$1"; shift
+    local targets="$1"; shift
     echo "=== $kind: build"
-    if ! bash tools/build.sh "$kind"; then
+    # shellcheck disable=SC2086
+    if ! bash tools/build.sh "$kind" $targets; then
         echo "=== $kind: build FAILED"
         status=1
         total_fail=$((total_fail + 1))
@@ -35,9 +38,9 @@ run_suite() {
     fi
 }
 
-run_suite i386
-run_suite asan -LE 'no-asan|sim|scenario'
-run_suite tsan -L 'syslog'
+run_suite i386 ""
+run_suite asan "" -LE 'no-asan|sim|scenario|startup|release'
+run_suite tsan "syslog_tests" -L 'syslog'
 
 echo "=== summary (i386, asan, tsan)"
 echo "total: ${total_pass} passed, ${total_fail} failed"

@@ -1,7 +1,7 @@
 // Test program run inside the simulated server: performs the tool's start-up sequence, then
 // the toolbox operations named on its command line, and prints what it saw as one JSON object.
 //   BoardProbe [--type N] OP [ARGS]... [OP [ARGS]...]...
-// OPs: wakeup N | exec OPCODE TIMEOUT_MS INTERFACE SLEEP | i2c WRITE READ | i2c-nobuf WRITE READ |
+// OPs: wakeup N | iface INTERFACE SLEEP | exec OPCODE TIMEOUT_MS INTERFACE SLEEP | i2c WRITE READ | i2c-nobuf WRITE READ |
 //      reset | dpram SECONDS | bootstrap SECONDS | i2creset | bsread WIDTH ADDR | bswrite WIDTH ADDR VALUE | q7kregs | q7kcomram OFFSET |
 //      getters | release
 #include "CZebToolBox.h"
@@ -147,6 +147,12 @@ int main(int argc, char** argv)
             const uint32_t seconds = Number(argv[arg++]);
             out["result"] = op == "dpram" ? toolBox->WaitDPRAMAvailable(seconds)
                                           : toolBox->WaitBootstrapAvailable(seconds);
+        }
+        else if (op == "iface")
+        {
+            need(2);
+            toolBox->SetUCodeInterface(Number(argv[arg]), static_cast<int32_t>(Number(argv[arg + 1])));
+            arg += 2;
         }
         else if (op == "exec")
         {

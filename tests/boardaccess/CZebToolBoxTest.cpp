@@ -79,12 +79,12 @@ INSTANTIATE_TEST_SUITE_P(
     Models, WakeUpModelTest,
     ::testing::Values(
         // ZEBX keeps the version bytes whole and has no jumpers.
-        SModelCase{"ZEBX", {"--board", "ZEBX", "--ident", "0x12", "--version", "0x37,0x45"}, 0, 0x37, 0, 0x45, true},
-        SModelCase{"Q5K", {"--board", "Q5K", "--ident", "0xB2", "--version", "0x53,0x24"}, 1, 3, 5, 4, true},
+        SModelCase{"ZEBX", {"--board", "ZEBX", "--ident", "0x12", "--board-version", "0x37,0x45"}, 0, 0x37, 0, 0x45, true},
+        SModelCase{"Q5K", {"--board", "Q5K", "--ident", "0xB2", "--board-version", "0x53,0x24"}, 1, 3, 5, 4, true},
         // A zero low nibble means the jumpers are not readable: reported as 0.
-        SModelCase{"Q5K_no_jumpers", {"--board", "Q5K", "--ident", "0xB2", "--version", "0x50,0x2F"}, 1, 0, 0, 0xF, true},
-        SModelCase{"Q5KP", {"--board", "Q5KP", "--ident", "0xC5", "--version", "0x23,0x41"}, 2, 3, 2, 1, false},
-        SModelCase{"Q5KP_variant", {"--board", "Q5KP-V", "--ident", "0xC5", "--version", "0x2A,0x41"}, 3, 0xA, 2, 1, false}),
+        SModelCase{"Q5K_no_jumpers", {"--board", "Q5K", "--ident", "0xB2", "--board-version", "0x50,0x2F"}, 1, 0, 0, 0xF, true},
+        SModelCase{"Q5KP", {"--board", "Q5KP", "--ident", "0xC5", "--board-version", "0x23,0x41"}, 2, 3, 2, 1, false},
+        SModelCase{"Q5KP_variant", {"--board", "Q5KP-V", "--ident", "0xC5", "--board-version", "0x2A,0x41"}, 3, 0xA, 2, 1, false}),
     [](const ::testing::TestParamInfo<SModelCase>& info) { return std::string(info.param.pName_c); });
 
 TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
@@ -148,19 +148,24 @@ INSTANTIATE_TEST_SUITE_P(
                       SFailureCase{"i2c_stuck_hard", "i2c-stuck-hard", 6, 2}),
     [](const ::testing::TestParamInfo<SFailureCase>& info) { return std::string(info.param.pName_c); });
 
-TEST(WakeUpRetryTest, BusRecoveryThenNextAttemptFreesAStuckI2CBus)
+// Through interface 0 the flag at 0x0003 lands on the address's second byte, so the recovery
+// misses the GPIO pins; through interface 1 it reaches them and the next attempt succeeds.
+TEST(WakeUpRetryTest, StuckBusStaysStuckThroughInterfaceZeroForEveryAttempt)
 {
     const SSimRun run = RunProbe({"--board", "ZEBX", "--ident", "0x12", "--fault", "i2c-stuck"}, {"wakeup", "3"});
-    EXPECT_EQ(run.Op(0)["result"].asUInt(), 0u);
-    EXPECT_EQ(Attempts(run), 2u);
-    EXPECT_EQ(run.Commands(0x90).size(), 2u);
+    EXPECT_EQ(run.Op(0)["result"].asUInt(), 6u);
+    EXPECT_EQ(Attempts(run), 3u);
+    EXPECT_EQ(run.Commands(0x90).size(), 3u);
+    EXPECT_EQ(run.Commands(0x81).size(), 6u) << "one bus reset per failed attempt";
 }
 
-TEST(WakeUpRetryTest, BootstrapWaitSendsTwoHundredAndOneQueriesPerAttempt)
+TEST(WakeUpRetryTest, BusResetThroughInterfaceOneFreesTheBusForTheNextAttempt)
 {
-    const SSimRun run = RunProbe({"--board", "Q5K", "--fault", "bootstrap-silent", "--speed", "400"}, {"wakeup", "1"});
-    EXPECT_EQ(run.Op(0)["result"].asUInt(), 2u);
-    EXPECT_EQ(run.Commands(0x01).size(), 201u);
+    const SSimRun run =
+        RunProbe({"--board", "ZEBX", "--ident", "0x12", "--fault", "i2c-stuck"}, {"iface", "1", "0", "wakeup", "3"});
+    EXPECT_EQ(run.Op(1)["result"].asUInt(), 0u);
+    EXPECT_EQ(Attempts(run), 2u);
+    EXPECT_EQ(run.Commands(0x90).size(), 2u);
 }
 
 TEST(WakeUpRetryTest, ZeroAttemptsDoNothingAndSucceed)
@@ -171,9 +176,21 @@ TEST(WakeUpRetryTest, ZeroAttemptsDoNothingAndSucceed)
     EXPECT_TRUE(run.Events("cmd").empty());
 }
 
-TEST(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
+struct SRecoveryCase
 {
-    const SSimRun run = RunProbe({"--board", "Q5K"}, {"wakeup", "1", "i2creset"});
+    const char* pName_c;
+    const char* pInterface_c;
+    uint32_t SecondAddressByte_U32; // what the board sees in bits 8-15 of each address
+};
+
+class BusRecoveryTest : public ::testing::TestWithParam<SRecoveryCase>
+{
+};
+
+TEST_P(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
+{
+    const SRecoveryCase& recovery = GetParam();
+    const SSimRun run = RunProbe({"--board", "Q5K"}, {"wakeup", "1", "iface", recovery.pInterface_c, "0", "i2creset"});
     ASSERT_EQ(run.Op(0)["result"].asUInt(), 0u);
     std::vector<Json::Value> sequence;
     for (const Json::Value& event : run.Events("cmd"))
@@ -186,8 +203,9 @@ TEST(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
     }
     ASSERT_EQ(sequence.size(), 26u);
     const auto expect = [&](size_t index, uint32_t op, uint32_t address) {
+        const uint32_t onTheWire = (address & ~0xFF00u) | (recovery.SecondAddressByte_U32 << 8);
         EXPECT_EQ(TraceNumber(sequence[index], "op"), op) << "step " << index;
-        EXPECT_EQ(TraceNumber(sequence[index], "addr"), address) << "step " << index;
+        EXPECT_EQ(TraceNumber(sequence[index], "addr"), onTheWire) << "step " << index;
     };
     expect(0, 0x87, 0xF0000A44);
     expect(1, 0x81, 0xF0000A44);
@@ -205,8 +223,15 @@ TEST(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
     expect(24, 0x87, 0xF0000A44);
     expect(25, 0x81, 0xF0000A44);
     EXPECT_EQ(TraceNumber(sequence[25], "data"), TraceNumber(sequence[24], "data") | 0x0004u);
-    EXPECT_EQ(run.Op(1)["result"].asUInt(), TraceNumber(sequence[25], "status"));
+    EXPECT_EQ(run.Op(2)["result"].asUInt(), TraceNumber(sequence[25], "status"));
 }
+
+INSTANTIATE_TEST_SUITE_P(Interfaces, BusRecoveryTest,
+                         ::testing::Values(SRecoveryCase{"interface_0_flag_overlays_address", "0", 0x01},
+                                           SRecoveryCase{"interface_1_exact_address", "1", 0x0A}),
+                         [](const ::testing::TestParamInfo<SRecoveryCase>& info) {
+                             return std::string(info.param.pName_c);
+                         });
 
 class StuckStatusTest : public ::testing::TestWithParam<const char*>
 {

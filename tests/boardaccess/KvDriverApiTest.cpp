@@ -4,40 +4,30 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace
 {
 const char* const DRIVER_IDENT = "GenlockDriverApi::GenlockDriverApi";
 
-// Lines of the syslog written under the driver family's identity, in order.
+// "PRIORITY:message" of each syslog line sent under the driver family's identity, in order.
 std::vector<std::string> DriverLines(const std::string& syslog)
 {
     std::vector<std::string> lines;
-    size_t start = 0;
-    while (start < syslog.size())
+    std::istringstream in(syslog);
+    Json::CharReaderBuilder builder;
+    for (std::string line; std::getline(in, line);)
     {
-        size_t end = syslog.find('\n', start);
-        end = end == std::string::npos ? syslog.size() : end;
-        const std::string line = syslog.substr(start, end - start);
-        if (line.find(DRIVER_IDENT) != std::string::npos)
+        Json::Value message;
+        std::istringstream one(line);
+        std::string errors;
+        if (Json::parseFromStream(builder, one, &message, &errors) && message["ident"].asString() == DRIVER_IDENT)
         {
-            lines.push_back(line);
+            EXPECT_EQ(message["facility"].asInt(), 1) << line; // LOG_USER
+            lines.push_back(std::to_string(message["priority"].asInt()) + ":" + message["message"].asString());
         }
-        start = end + 1;
     }
     return lines;
-}
-
-bool Contains(const std::vector<std::string>& lines, size_t from, const std::string& text, size_t* at)
-{
-    for (size_t i = from; i < lines.size(); ++i)
-    {
-        if (lines[i].find(text) != std::string::npos)
-        {
-            *at = i;
-            return true;
-        }
-    }
-    return false;
 }
 
 TEST(ModuleLoadingTest, MissingNodesOnHostBoardZeroLoadTheModulesAndLogUnderOneIdentity)
@@ -49,15 +39,30 @@ TEST(ModuleLoadingTest, MissingNodesOnHostBoardZeroLoadTheModulesAndLogUnderOneI
     EXPECT_TRUE(startup["comram"].asBool());
     EXPECT_TRUE(startup["timecode"].asBool());
 
-    const std::vector<std::string> lines = DriverLines(run.Syslog_S);
-    size_t at = 0;
-    for (const char* text :
-         {"Enter In TimecodeDriverApi()", "In TimecodeDriverApi() - modprobe -s drv_timecode",
-          "Exit From TimecodeDriverApi()", "Enter In ComramDriverApi()",
-          "In ComramDriverApi() - modprobe -s drv_comram", "Exit From ComramDriverApi()"})
+    // Each module is loaded once, and only a freshly loaded ComRAM driver gets its init ioctl.
+    std::vector<std::string> sequence;
+    for (const Json::Value& event : run.Trace_X)
     {
-        EXPECT_TRUE(Contains(lines, at, text, &at)) << "missing or out of order: " << text << "\n" << run.Syslog_S;
+        const std::string kind = event["ev"].asString();
+        if (kind == "modprobe")
+        {
+            sequence.push_back("modprobe " + event["module"].asString());
+        }
+        else if (kind == "ioctl" && TraceNumber(event, "request") == 0x40046E10)
+        {
+            sequence.push_back("ioctl 0x40046E10 value " + std::to_string(TraceNumber(event, "value")));
+        }
     }
+    EXPECT_EQ(sequence, (std::vector<std::string>{"modprobe drv_timecode", "modprobe drv_comram",
+                                                  "ioctl 0x40046E10 value 0"}));
+
+    EXPECT_EQ(DriverLines(run.Syslog_S),
+              (std::vector<std::string>{"4:Enter In TimecodeDriverApi()",
+                                        "3:In TimecodeDriverApi() - modprobe -s drv_timecode",
+                                        "4:Exit From TimecodeDriverApi()", "4:Enter In ComramDriverApi()",
+                                        "3:In ComramDriverApi() - modprobe -s drv_comram",
+                                        "4:Exit From ComramDriverApi()"}))
+        << run.Syslog_S;
 }
 
 TEST(ModuleLoadingTest, LoadedModulesAreNotLoadedAgain)
@@ -66,6 +71,11 @@ TEST(ModuleLoadingTest, LoadedModulesAreNotLoadedAgain)
     EXPECT_TRUE(run.Output_X["startup"]["comram"].asBool());
     EXPECT_EQ(run.Syslog_S.find("modprobe"), std::string::npos) << run.Syslog_S;
     EXPECT_NE(run.Syslog_S.find("Exit From ComramDriverApi()"), std::string::npos);
+    EXPECT_TRUE(run.Events("modprobe").empty());
+    for (const Json::Value& event : run.Events("ioctl"))
+    {
+        EXPECT_NE(TraceNumber(event, "request"), 0x40046E10u) << "init ioctl without a fresh load";
+    }
 }
 
 TEST(ModuleLoadingTest, HostBoardOneLoadsNoModuleAndItsHandleReportsNotOpen)
@@ -113,7 +123,7 @@ TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
     size_t dataReads = 0;
     for (const Json::Value& event : run.Events("reg"))
     {
-        indexWrites += TraceNumber(event, "port") == 0x351 && event["dir"].asString() != "in" ? 1 : 0;
+        indexWrites += TraceNumber(event, "port") == 0x351 && event["dir"].asString() == "w" ? 1 : 0;
         dataReads += TraceNumber(event, "port") == 0x350 ? 1 : 0;
     }
     EXPECT_GE(indexWrites, 4u);

@@ -33,6 +33,13 @@ TEST_P(ChassisName, WritesTheNameCutToTheBufferOrZeroFills)
     EXPECT_EQ(buffer[c.size], 'x') << "wrote past the buffer";
 }
 
+std::string CaseName(const testing::TestParamInfo<NameCase>& info)
+{
+    const int64_t code = info.param.code;
+    return (code < 0 ? "Minus" + std::to_string(-code) : std::to_string(code)) + "_Size" +
+           std::to_string(info.param.size);
+}
+
 INSTANTIATE_TEST_SUITE_P(Codes, ChassisName,
                          testing::Values(NameCase{3, 80, true, "KM-5U "}, NameCase{5, 80, true, "KVmini"},
                                          NameCase{7, 80, true, "KV5-4U"}, NameCase{8, 80, true, "KV5-6U"},
@@ -45,12 +52,14 @@ INSTANTIATE_TEST_SUITE_P(Codes, ChassisName,
                                          NameCase{2, 80, false, ""}, NameCase{19, 80, false, ""},
                                          NameCase{-1, 80, false, ""},
                                          NameCase{-2147483647 - 1, 80, false, ""},
-                                         NameCase{255, 80, false, ""}));
+                                         NameCase{255, 80, false, ""}),
+                         CaseName);
 
 INSTANTIATE_TEST_SUITE_P(SmallBuffers, ChassisName,
                          testing::Values(NameCase{7, 3, true, "KV"}, NameCase{7, 1, true, ""},
                                          NameCase{3, 6, true, "KM-5U"}, NameCase{3, 7, true, "KM-5U "},
-                                         NameCase{18, 6, true, "KV-LT"}));
+                                         NameCase{18, 6, true, "KV-LT"}),
+                         CaseName);
 
 TEST(ChassisNameBuffer, NullBufferOrZeroSizeIsRefusedUntouched)
 {

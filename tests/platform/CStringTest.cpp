@@ -34,6 +34,34 @@ template <typename... Args> std::string Formatted(int size, const char* format, 
     return std::string(buffer.data(), static_cast<size_t>(result));
 }
 
+// Like Formatted, but for the cases where the result may exceed the stored length: a plain
+// character that meets a room shrunk by a width on %n, %% or an unknown conversion ends the
+// output with the size as result. The terminator still follows the stored text.
+struct Outcome
+{
+    int result;
+    std::string text;
+};
+
+template <typename... Args> Outcome FormattedRaw(int size, const char* format, Args... args)
+{
+    std::vector<char> buffer(static_cast<size_t>(size) + 1 + kGuard, kUntouched);
+    const int result = CString::Format(buffer.data(), size, format, args...);
+    const size_t stored = strnlen(buffer.data(), buffer.size());
+    EXPECT_LE(stored, static_cast<size_t>(size));
+    if (stored > static_cast<size_t>(size))
+        return {result, "<no terminator>"};
+    for (size_t i = stored + 1; i < buffer.size(); ++i)
+        EXPECT_EQ(buffer[i], kUntouched) << "byte " << i << " written";
+    return {result, std::string(buffer.data(), stored)};
+}
+
+void ExpectOutcome(const Outcome& actual, int result, const char* text)
+{
+    EXPECT_EQ(actual.result, result);
+    EXPECT_EQ(actual.text, text);
+}
+
 template <typename T> struct Case
 {
     const char* format;
@@ -227,10 +255,32 @@ TEST(CStringFormat, WidthOnPercentNAndUnknownShrinksTheRoom)
 {
     // A '*' width is taken before the conversion is known, so the next argument still lines up.
     EXPECT_EQ(Formatted(kRoom, "%*q%d", 5, 7), "%q7");
-    EXPECT_EQ(Formatted(6, "%*q%d|abcdef", 3, 7), "%q7");
-    EXPECT_EQ(Formatted(10, "%5nabcdefghij", nullptr), "abcde");
-    EXPECT_EQ(Formatted(10, "%5%abcdefghij"), "%abcd");
-    EXPECT_EQ(Formatted(10, "%5qabcdefghij"), "%qabc");
+    ExpectOutcome(FormattedRaw(6, "%*q%d|abcdef", 3, 7), 6, "%q7");
+    ExpectOutcome(FormattedRaw(10, "%5nabcdefghij", static_cast<int*>(nullptr)), 10, "abcde");
+
+    // A plain character that finds no room left ends the output with the size as result; an
+    // output that ends with its format returns what was really stored.
+    struct Row
+    {
+        int size;
+        const char* format;
+        int result;
+        const char* text;
+    };
+    const Row rows[] = {
+        {10, "%5%abcdefghij", 10, "%abcd"},
+        {10, "%5qabcdefghij", 10, "%qabc"},
+        {10, "%3%%3%%3%x", 10, "%%"},
+        {10, "%5%abc", 4, "%abc"},
+        {10, "%8%abc", 10, "%a"},
+        {10, "%9%", 1, "%"},
+        {10, "abcdefghijk", 10, "abcdefghij"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.format);
+        ExpectOutcome(FormattedRaw(row.size, row.format), row.result, row.text);
+    }
 
     int stored = -1;
     EXPECT_EQ(Formatted(10, "abc%5n%s", &stored, "defghijk"), "abcde");

@@ -118,6 +118,7 @@ RunResult CSimRun::Run(const std::vector<std::string>& simArgs, const std::vecto
         SyslogLine line;
         line.ident = value["ident"].asString();
         line.facility = value["facility"].asInt();
+        line.timeUs = value["t_us"].asUInt64();
         line.priority = value["priority"].asInt();
         line.message = value["message"].asString();
         result.syslog.push_back(line);

@@ -8,7 +8,8 @@
 struct SyslogLine
 {
     std::string ident;
-    int facility = -1;
+    int facility = -1;   // the facility number (LOG_USER is 1)
+    uint64_t timeUs = 0; // virtual time
     int priority = -1;
     std::string message;
 };

@@ -4,6 +4,8 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -98,6 +100,35 @@ TEST(Sandbox, WithoutRootEachRunStartsWithAnEmptyLogFolderAndTheHostKeepsNothing
     EXPECT_EQ(r.out, "/dev/log\n");
     std::ifstream hostFile("/mnt/APPS/data/log/f");
     EXPECT_FALSE(hostFile.good());
+}
+
+} // namespace
+
+namespace
+{
+
+// A set-user-ID program runs in the loader's secure mode, which preloads only set-user-ID
+// libraries from the system library folders: the sandbox lays the interposer there, so such a
+// program started by an ordinary user still reaches the simulated drivers, and the 64-bit
+// programs around it load the interposer's twin without a word on standard error.
+TEST(Sandbox, SetUserIdProgramStartedByAnOrdinaryUserReachesTheDrivers)
+{
+    SimHarness h;
+    ASSERT_EQ(chmod(h.path("").c_str(), 0755), 0);
+    const std::string probe = h.path("suid-probe");
+    {
+        std::ifstream in(PROBE_PATH, std::ios::binary);
+        std::ofstream out(probe, std::ios::binary);
+        out << in.rdbuf();
+    }
+    ASSERT_EQ(chown(probe.c_str(), 0, 0), 0);
+    ASSERT_EQ(chmod(probe.c_str(), 04755), 0);
+    const SimRunResult r =
+        h.sim({"--", "setpriv", "--reuid=1000", "--regid=1000", "--clear-groups", probe, "config"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(SimHarness::value(r.out, "word1"), "0x100000");
+    EXPECT_EQ(SimHarness::value(r.out, "word2"), "0x8000");
+    EXPECT_EQ(r.err, "");
 }
 
 } // namespace

@@ -95,11 +95,11 @@ TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndFormattedText)
     std::vector<CSysLogMessage> messages = Drain();
     ASSERT_EQ(1u, messages.size());
     const CSysLogMessage& message = messages[0];
-    EXPECT_EQ(TEST_CHANNEL, message.mChannel_U32);
+    EXPECT_EQ(TEST_CHANNEL, +message.mChannel_U32);
     EXPECT_EQ(2, message.mCriticity_U8);
-    EXPECT_EQ(mServer.GetTimeStamp(), message.mTimeStamp_U32);
-    EXPECT_EQ(0x12, message.mErrorCode_U16);
-    EXPECT_EQ(-3, message.mSubId_S16);
+    EXPECT_EQ(mServer.GetTimeStamp(), +message.mTimeStamp_U32);
+    EXPECT_EQ(0x12, +message.mErrorCode_U16);
+    EXPECT_EQ(-3, +message.mSubId_S16);
     EXPECT_EQ(0xC4, message.mContext_U8);
     EXPECT_STREQ("value 42 of x", message.GetText());
 }
@@ -116,7 +116,7 @@ TEST_F(CSysLogCorvaneSourceTest, SequenceNumbersCountPerChannelAndSkipRefusedMes
     std::map<std::string, unsigned> sequences;
     for (const CSysLogMessage& message : messages)
     {
-        sequences[message.GetText()] = message.mSequence_U32;
+        sequences[message.GetText()] = +message.mSequence_U32;
     }
     EXPECT_EQ((std::map<std::string, unsigned>{{"a0", 0}, {"a1", 1}, {"b0", 0}, {"b1", 1}}), sequences);
 }
@@ -135,7 +135,7 @@ TEST_F(CSysLogCorvaneSourceTest, ChannelHandleLogsOnItsOwnChannel)
     EXPECT_EQ(nullptr, mSource->GetChannel(350));
     std::vector<CSysLogMessage> messages = Drain();
     ASSERT_EQ(1u, messages.size());
-    EXPECT_EQ(TEST_CHANNEL + 1, messages[0].mChannel_U32);
+    EXPECT_EQ(TEST_CHANNEL + 1, +messages[0].mChannel_U32);
     EXPECT_STREQ("from handle", messages[0].GetText());
 }
 
@@ -167,8 +167,8 @@ TEST_F(CSysLogCorvaneSourceTest, FullRingKeepsTheNewestAndShowsLoad)
     mSource->ReadMessage(nullptr);
     std::vector<CSysLogMessage> messages = Drain();
     ASSERT_EQ(9361u, messages.size());
-    EXPECT_EQ(12000u - 9361u, messages.front().mSequence_U32);
-    EXPECT_EQ(11999u, messages.back().mSequence_U32);
+    EXPECT_EQ(12000u - 9361u, +messages.front().mSequence_U32);
+    EXPECT_EQ(11999u, +messages.back().mSequence_U32);
     EXPECT_EQ(0u, mSource->GiveLoad());
 }
 
@@ -222,8 +222,8 @@ TEST_F(CSysLogCorvaneSourceTest, ConcurrentCallersKeepEveryChannelInOrder)
     {
         for (CSysLogMessage& message : Drain())
         {
-            seen[message.mChannel_U32].push_back(message.mSequence_U32);
-            EXPECT_EQ(std::to_string(message.mSequence_U32), message.GetText());
+            seen[+message.mChannel_U32].push_back(+message.mSequence_U32);
+            EXPECT_EQ(std::to_string(+message.mSequence_U32), message.GetText());
         }
     };
     while (running > 0)

@@ -85,7 +85,7 @@ TEST(CSysLogMessage, InitZeroesAndEmptyMessageHasNoText)
     message.SetEmptyMessage();
     EXPECT_TRUE(message.IsEmpty());
     EXPECT_STREQ("", message.GetText());
-    EXPECT_EQ(70u, message.mChannel_U32);
+    EXPECT_EQ(70u, +message.mChannel_U32);
 
     message.Init();
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(&message);

@@ -7,6 +7,7 @@
 #include "SysLogChannelNames.h"
 #include "SysLogTestFiles.h"
 #include <atomic>
+#include <deque>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <string>
@@ -25,7 +26,7 @@ public:
     int WriteMessage(CSysLogMessage* message) override
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        mSequences.push_back(message->mSequence_U32);
+        mSequences.push_back(+message->mSequence_U32);
         return message->mTextLength_U8;
     }
     bool IsReadyForReceiving() const override { return mReady.load(); }
@@ -53,6 +54,33 @@ public:
     explicit CLoadSource(unsigned load) : mLoad(load) {}
     unsigned int GiveLoad() override { return mLoad; }
     unsigned mLoad;
+};
+// A second source that the worker never serves (no load): only Flush reads it.
+class CQueueSource : public CSysLogSource
+{
+public:
+    void Push(unsigned channel, unsigned sequence)
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        std::string text = "queued " + std::to_string(sequence);
+        CSysLogMessage message;
+        message.MakeMessage(channel, 1, 0, 0, 0, 0, sequence, &text[0]);
+        mQueue.push_back(message);
+    }
+    void ReadMessage(CSysLogMessage* message) override
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        message->Init();
+        if (!mQueue.empty())
+        {
+            *message = mQueue.front();
+            mQueue.pop_front();
+        }
+    }
+
+private:
+    std::mutex mMutex;
+    std::deque<CSysLogMessage> mQueue;
 };
 } // namespace
 
@@ -319,4 +347,42 @@ TEST(CSysLogServer, ShutdownLeavesAFinalLineForTheWorkerInEveryOpenFile)
         }));
     EXPECT_FALSE(SysLogTest::Exists(SysLogTest::LogDir() + SysLog_GetChannelName(64) + ".log"))
         << "files that never logged stay closed";
+}
+
+TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCounter228)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    // Both live as long as the process: the server still flushes the slot at exit.
+    static CQueueSource* const S_pSource = new CQueueSource;
+    static CRecordingDestination* const S_pDestination = new CRecordingDestination;
+    ASSERT_TRUE(server.AddSource(S_pSource));
+    ASSERT_TRUE(server.AddDestination(S_pDestination));
+    ASSERT_TRUE(server.Link(1, S_pDestination));
+    for (unsigned sequence = 0; sequence < 10; sequence++)
+    {
+        S_pSource->Push(300, sequence);
+    }
+    ASSERT_FALSE(server.IsFileOpened(227));
+
+    // Each row: host channels whose files are open before the flush, then the messages written.
+    struct Step
+    {
+        std::vector<unsigned> openChannels;
+        size_t writtenSoFar;
+    } const steps[] = {
+        {{}, 1},              // no file open: the entry at counter 228 (channel 227) alone reads one
+        {{224}, 3},           // one open file, plus the entry at counter 228
+        {{224, 225}, 6},      // two open files, plus the entry at counter 228
+        {{224, 225, 227}, 9}, // channel 227 open as well: its entry still reads only once
+    };
+    for (const Step& step : steps)
+    {
+        for (unsigned channel : step.openChannels)
+        {
+            server.GetHostSource().LogMessage(channel, 1, 0, 0, 0, "opens the file");
+            ASSERT_TRUE(WaitFor([&] { return server.IsFileOpened(channel); })) << channel;
+        }
+        server.Flush(1, 0);
+        EXPECT_EQ(step.writtenSoFar, S_pDestination->Count()) << step.openChannels.size() << " open";
+    }
 }

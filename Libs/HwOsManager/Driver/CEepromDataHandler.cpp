@@ -72,9 +72,10 @@ void CEepromDataHandler::Log(const char* format, ...)
     va_start(args, format);
     vsnprintf(pText_c, sizeof(pText_c), format, args);
     va_end(args);
-    // The finished text goes through as data: EEPROM contents may hold a '%'.
-    CSysLogServer::GetInstance().GetHostSource().LogMessage(
-        S_LOG_CHANNEL_U32, S_LOG_CRITICITY_U8, 0, S_LOG_SUB_ID_S16, S_LOG_CONTEXT_U8, "%s", pText_c);
+    // The finished text is handed on as the format, as every platform caller of the source does:
+    // a '%' left in it is expanded once more.
+    CSysLogServer::GetInstance().GetHostSource().LogMessage(S_LOG_CHANNEL_U32, S_LOG_CRITICITY_U8, 0,
+                                                            S_LOG_SUB_ID_S16, S_LOG_CONTEXT_U8, pText_c);
 }
 
 void CEepromDataHandler::LogEepromData()

@@ -151,11 +151,10 @@ uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, ui
     }
 }
 
-void CZebToolBox::BusyWait(uint32_t milliseconds)
+void CZebToolBox::BusyWait(CTscTimer& timer, uint32_t milliseconds)
 {
-    CTscTimer timer_O(WAIT_CALIBRATION_MS);
-    timer_O.reset(milliseconds * 1000u);
-    while (!timer_O.isTimedOut())
+    timer.reset(milliseconds * 1000u);
+    while (!timer.isTimedOut())
     {
     }
 }
@@ -166,14 +165,17 @@ void CZebToolBox::ResetPulse()
     {
         return;
     }
+    // Created (and, first in the process, calibrated) before the line moves, so that the
+    // pulse widths are not stretched by the calibration.
+    CTscTimer timer_O(WAIT_CALIBRATION_MS);
     mpCommandZone_U8[OFFSET_RESET] = 1;
-    BusyWait(10);
+    BusyWait(timer_O, 10);
     mpCommandZone_U8[OFFSET_RESET] = 0;
-    BusyWait(10);
+    BusyWait(timer_O, 10);
     mpCommandZone_U8[OFFSET_RESET] = 1;
-    BusyWait(10);
+    BusyWait(timer_O, 10);
     mpCommandZone_U8[OFFSET_RESET] = 0;
-    BusyWait(100);
+    BusyWait(timer_O, 100);
 }
 
 uint32_t CZebToolBox::WaitDPRAMAvailable(uint32_t seconds)
@@ -182,6 +184,7 @@ uint32_t CZebToolBox::WaitDPRAMAvailable(uint32_t seconds)
     {
         return 0;
     }
+    CTscTimer timer_O(WAIT_CALIBRATION_MS);
     volatile uint32_t* pCheck_U32 = reinterpret_cast<volatile uint32_t*>(mpCommandZone_U8 + OFFSET_MEMORY_CHECK);
     uint32_t tries_U32 = 0;
     for (;;)
@@ -191,7 +194,7 @@ uint32_t CZebToolBox::WaitDPRAMAvailable(uint32_t seconds)
         {
             return 1;
         }
-        BusyWait(100);
+        BusyWait(timer_O, 100);
         ++tries_U32;
         if (static_cast<uint64_t>(tries_U32) * 100u > static_cast<uint64_t>(seconds) * 1000u)
         {
@@ -206,6 +209,7 @@ uint32_t CZebToolBox::WaitBootstrapAvailable(uint32_t seconds)
     {
         return 0;
     }
+    CTscTimer timer_O(WAIT_CALIBRATION_MS);
     uint64_t elapsed_U64 = 100;
     const uint64_t limit_U64 = static_cast<uint64_t>(seconds) * 1000u;
     for (;;)
@@ -214,7 +218,7 @@ uint32_t CZebToolBox::WaitBootstrapAvailable(uint32_t seconds)
         {
             return 1;
         }
-        BusyWait(100);
+        BusyWait(timer_O, 100);
         const bool expired_B = elapsed_U64 > limit_U64;
         elapsed_U64 += 100;
         if (expired_B)

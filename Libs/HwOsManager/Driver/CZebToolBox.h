@@ -1,5 +1,6 @@
 #pragma once
 // Host-side handle on one codec board: wake-up, identification and the command protocol.
+#include "CTscTimer.h"
 #include "DriverApiTypes.h"
 #include "ZebBoardTypes.h"
 #include <cstdint>
@@ -40,7 +41,7 @@ private:
     uint32_t WakeUpAttempt(bool* retry);
     uint32_t ReadVersion(bool nibbleSplit);
     void DetectQ7K();
-    void BusyWait(uint32_t milliseconds);
+    void BusyWait(CTscTimer& timer, uint32_t milliseconds);
     void WriteLittleEndian(uint32_t offset, uint32_t value, uint32_t width);
     uint32_t ReadLittleEndian(uint32_t offset, uint32_t width) const;
     uint32_t BootstrapWrite(uint8_t opcode, uint32_t address, uint32_t value, uint32_t width);

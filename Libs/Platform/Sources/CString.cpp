@@ -160,9 +160,12 @@ int CString::VFormat(char* buffer, unsigned int size, const char* format, va_lis
         const size_t runLength = static_cast<size_t>(pos - run);
         if (runLength > out.room)
         {
-            // A plain character that no longer fits ends the output.
+            // A plain character that no longer fits ends the output and the result is the size,
+            // even when a width on %n, %% or an unknown conversion left fewer characters stored.
             out.Write(run, out.room);
-            break;
+            *out.pos = '\0';
+            va_end(list);
+            return static_cast<int>(size);
         }
         out.Write(run, runLength);
         if (*pos == '\0')

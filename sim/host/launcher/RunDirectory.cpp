@@ -118,7 +118,7 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
         return false;
     }
     if (!writeBoardConfig(options, error) || !writeEeprom(options, error) ||
-        !writeModuleCommands(selfPath, error))
+        !writeModuleCommands(selfPath, error) || !writeInterposers(selfPath, error))
         return false;
     if (options.modulesLoaded && !options.noDrivers)
     {
@@ -195,6 +195,51 @@ bool RunDirectory::writeModuleCommands(const std::string& selfPath, std::string*
         if (!out.flush() || chmod(path.c_str(), 0755) != 0)
         {
             *error = failure("write", path);
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace simhost
+
+namespace simhost
+{
+
+const char* const RunDirectory::kLibArchs[] = {"i386-linux-gnu", "x86_64-linux-gnu", nullptr};
+
+bool RunDirectory::writeInterposers(const std::string& selfPath, std::string* error) const
+{
+    // A set-user-ID program runs in secure-execution mode: ld.so then preloads only a bare
+    // library name, found in the system library folders, and only when that file is set-user-ID
+    // itself. Root-owned copies with mode 4755 pass that test once the sandbox lays them there.
+    const std::string preloadRoot = selfPath.substr(0, selfPath.rfind('/')) + "/preload/lib/";
+    if (!makeDir(libDir(), error))
+        return false;
+    for (int i = 0; kLibArchs[i] != nullptr; ++i)
+    {
+        const std::string dir = libDir() + "/" + kLibArchs[i];
+        const std::string from = preloadRoot + kLibArchs[i] + "/" + kInterposer;
+        const std::string to = dir + "/" + kInterposer;
+        if (!makeDir(dir, error))
+            return false;
+        std::ifstream in(from, std::ios::binary);
+        if (!in)
+        {
+            *error = failure("open", from);
+            return false;
+        }
+        std::ofstream out(to, std::ios::binary | std::ios::trunc);
+        out << in.rdbuf();
+        if (!out.flush())
+        {
+            *error = failure("write", to);
+            return false;
+        }
+        out.close();
+        if (chown(to.c_str(), 0, 0) != 0 || chmod(to.c_str(), 04755) != 0)
+        {
+            *error = failure("chmod", to);
             return false;
         }
     }

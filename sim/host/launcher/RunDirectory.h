@@ -16,6 +16,10 @@ class RunDirectory
 public:
     // The devices of the host that the sandbox's /dev shows as they are.
     static const char* const kHostDevices[];
+    // The library folders, under lib/ here and under /usr/lib on the system, that hold the
+    // interposer (i386) and its empty twin (amd64).
+    static const char* const kLibArchs[];
+    static constexpr const char* kInterposer = "libsarvik-sim-preload.so";
 
     RunDirectory() = default;
     ~RunDirectory();
@@ -31,12 +35,16 @@ public:
     std::string devDir() const { return path_ + "/dev"; }
     std::string mntDir() const { return path_ + "/mnt"; }
     std::string binDir() const { return path_ + "/bin"; }
+    // lib/i386-linux-gnu and lib/x86_64-linux-gnu: the interposer and its twin as the sandbox
+    // lays them into the system library folders.
+    std::string libDir() const { return path_ + "/lib"; }
     std::string eepromPath() const { return path_ + "/eeprom.bin"; }
 
 private:
     bool writeEeprom(const LauncherOptions& options, std::string* error) const;
     bool writeModuleCommands(const std::string& selfPath, std::string* error) const;
     bool writeBoardConfig(const LauncherOptions& options, std::string* error) const;
+    bool writeInterposers(const std::string& selfPath, std::string* error) const;
 
     std::string path_;
 };

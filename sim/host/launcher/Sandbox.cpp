@@ -77,12 +77,27 @@ bool Sandbox::enter(const RunDirectory& run, const LauncherOptions& options, std
                 return false;
         }
     }
+    // The interposer in the system library folders, where ld.so looks for a bare preload name,
+    // also for set-user-ID programs. A kernel that refuses the overlay leaves them out: the
+    // command then finds the interposer by its path, set-user-ID programs excepted.
+    for (int i = 0; RunDirectory::kLibArchs[i] != nullptr; ++i)
+    {
+        const std::string dir = std::string("/usr/lib/") + RunDirectory::kLibArchs[i];
+        struct stat st;
+        if (lstat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+            continue;
+        const std::string layers = "lowerdir=" + run.libDir() + "/" + RunDirectory::kLibArchs[i] + ":" + dir;
+        mount("overlay", dir.c_str(), "overlay", MS_RDONLY, layers.c_str());
+    }
     return true;
 }
 
 void Sandbox::prepareEnvironment(const RunDirectory& run, const std::string& preloadRoot)
 {
-    std::string preload = preloadRoot + "/$LIB/libsarvik-sim-preload.so";
+    const std::string laid =
+        std::string("/usr/lib/") + RunDirectory::kLibArchs[0] + "/" + RunDirectory::kInterposer;
+    std::string preload = exists(laid.c_str()) ? std::string(RunDirectory::kInterposer)
+                                               : preloadRoot + "/$LIB/" + RunDirectory::kInterposer;
     if (const char* existing = std::getenv("LD_PRELOAD"))
         preload += std::string(":") + existing;
     setenv("LD_PRELOAD", preload.c_str(), 1);

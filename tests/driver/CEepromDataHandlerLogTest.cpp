@@ -1,0 +1,113 @@
+// The identity-record handler given a log server writes its lines to the "cvn_eeprom" channel's
+// file. Runs inside the simulated server, whose /mnt/APPS is the run's own.
+#include "CEepromDataHandler.h"
+#include "CSysLogServer.h"
+
+#include "BoardUp.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+
+namespace
+{
+const char* const kEepromLog = "/mnt/APPS/data/log/cvn_eeprom.log";
+
+std::string ReadFile(const char* path)
+{
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// The worker writes on its own schedule: wait (bounded) until the file holds `needle`.
+std::string WaitForLine(const char* path, const std::string& needle)
+{
+    std::string text;
+    for (int pass = 0; pass < 250; ++pass)
+    {
+        text = ReadFile(path);
+        if (text.find(needle) != std::string::npos)
+        {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return text;
+}
+
+TEST(CEepromDataHandlerLogging, ReadingTheSampleUnitWritesItsFieldsToTheEepromLog)
+{
+    mkdir("/mnt/APPS/data", 0777);
+    mkdir("/mnt/APPS/data/log", 0777);
+    ASSERT_TRUE(BringBoardUp());
+
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CEepromDataHandler handler(&server);
+    ASSERT_EQ(handler.Read(true), 0);
+    server.FlushPendingMessages();
+
+    const std::string text = WaitForLine(kEepromLog, "PSU type");
+    // Channel 224's own header, then the three copies read and the interpreted fields in order.
+    EXPECT_NE(text.find("Channel: cvn_eeprom - Criticity threshold: Critical"), std::string::npos) << text;
+    for (const char* line : {"|C|     1| 1|Reading copy 0 success\r\n", "|C|     1| 1|Reading copy 1 success\r\n",
+                             "|C|     1| 1|Reading copy 2 success\r\n"})
+    {
+        EXPECT_NE(text.find(line), std::string::npos) << line << " missing from\n" << text;
+    }
+    size_t at = 0;
+    for (const char* field : {"|Signature     ", "|Last save     ", "|Hardware ID   ",
+                              "|Serial number KV0012345 4B 56 30 30 31 32 33 34 35\r\n", "|User name     ",
+                              "|Chassis type  7\r\n", "|PSU type      "})
+    {
+        const size_t found = text.find(field, at);
+        ASSERT_NE(found, std::string::npos) << "'" << field << "' missing or out of order in\n" << text;
+        at = found;
+    }
+}
+
+TEST(CEepromDataHandlerLogging, FinishedTextIsExpandedAgainOnItsWayToTheFile)
+{
+    mkdir("/mnt/APPS/data", 0777);
+    mkdir("/mnt/APPS/data/log", 0777);
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CEepromDataHandler handler(&server);
+    // Handed through "%s", each "%%" pair in a text is halved by the source, then again by the record.
+    struct
+    {
+        const char* text;
+        const char* line;
+    } const cases[] = {
+        {"plain text", "|C|     1| 1|plain text\r\n"},
+        {"a%%%%b", "|C|     1| 1|a%b\r\n"},
+        {"x%%%%%%%%y", "|C|     1| 1|x%%y\r\n"},
+    };
+    for (const auto& c : cases)
+    {
+        handler.Log("%s", c.text);
+    }
+    server.FlushPendingMessages();
+    for (const auto& c : cases)
+    {
+        const std::string text = WaitForLine(kEepromLog, c.line);
+        EXPECT_NE(text.find(c.line), std::string::npos) << c.text << " gave\n" << text;
+    }
+}
+
+TEST(CEepromDataHandlerLogging, WithoutAServerNothingReachesTheFiles)
+{
+    mkdir("/mnt/APPS/data", 0777);
+    mkdir("/mnt/APPS/data/log", 0777);
+    ASSERT_TRUE(BringBoardUp());
+    CEepromDataHandler handler(nullptr);
+    ASSERT_EQ(handler.Read(true), 0);
+    struct stat info;
+    EXPECT_NE(stat(kEepromLog, &info), 0) << "the tool's own handler has no server and must not log";
+}
+} // namespace

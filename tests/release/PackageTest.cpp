@@ -1,0 +1,151 @@
+// The Debian package as an administrator gets it: its control fields and contents, then an
+// install with dpkg -i in a sandbox and the installed tool run against the simulated server.
+#include "InstallSandbox.h"
+#include "ReleaseRun.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+const std::string kTextReport = "Serial number : KV0012345\nChassis : KV5-4U\n";
+const std::string kJsonReport = "\n{\n\t\"Chassis\" : \"KV5-4U\",\n\t\"SerialNumber\" : \"KV0012345\"\n}\n\n";
+
+struct FieldCase
+{
+    const char* field;
+    std::string expected;
+};
+
+TEST(Package, ControlFieldsNameTheI386ToolAndItsRuntime)
+{
+    CScratch scratch;
+    const FieldCase cases[] = {
+        {"Package", "sarvik"},
+        {"Version", SARVIK_VERSION},
+        {"Architecture", "i386"},
+        {"Section", "admin"},
+    };
+    for (const FieldCase& c : cases)
+    {
+        SCOPED_TRACE(c.field);
+        const ProgramResult r = scratch.Run({"dpkg-deb", "--field", SARVIK_DEB_PATH, c.field});
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, c.expected + "\n");
+    }
+    // An i386 package's dependencies are i386 packages: this is the i386 JsonCpp runtime, the
+    // one whose library the binary needs.
+    const ProgramResult depends = scratch.Run({"dpkg-deb", "--field", SARVIK_DEB_PATH, "Depends"});
+    EXPECT_NE(depends.out.find("libjsoncpp25"), std::string::npos) << depends.out;
+    const ProgramResult needed = scratch.Run({"objdump", "-p", SARVIK_TOOL_PATH});
+    EXPECT_NE(needed.out.find("NEEDED               libjsoncpp.so.25"), std::string::npos) << needed.out;
+}
+
+struct ContentCase
+{
+    const char* path;
+    const char* mode; // as dpkg-deb --contents shows it
+};
+
+TEST(Package, ContainsTheToolItsManualPageAndTheReadme)
+{
+    CScratch scratch;
+    const ProgramResult r = scratch.Run({"dpkg-deb", "--contents", SARVIK_DEB_PATH});
+    ASSERT_EQ(r.status, 0) << r.err;
+    // The tool is not set-user-ID: that is the administrator's choice.
+    const ContentCase cases[] = {
+        {"./usr/sbin/Sarvik", "-rwxr-xr-x root/root"},
+        {"./usr/share/man/man8/Sarvik.8.gz", "-rw-r--r-- root/root"},
+        {"./usr/share/doc/sarvik/README.md", "-rw-r--r-- root/root"},
+        {"./usr/share/doc/sarvik/running-sarvik.md", "-rw-r--r-- root/root"},
+    };
+    for (const ContentCase& c : cases)
+    {
+        SCOPED_TRACE(c.path);
+        const size_t at = r.out.find(std::string(" ") + c.path + "\n");
+        ASSERT_NE(at, std::string::npos) << r.out;
+        const size_t lineStart = r.out.rfind('\n', at) + 1;
+        EXPECT_EQ(r.out.compare(lineStart, std::string(c.mode).size(), c.mode), 0)
+            << r.out.substr(lineStart, at - lineStart);
+    }
+}
+
+struct StepCase
+{
+    const char* name;
+    std::vector<std::string> argv;
+    std::string out; // expected standard output; empty with a marker below to search instead
+    const char* outContains;
+};
+
+TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
+{
+    CScratch scratch;
+    const std::string sim = SARVIK_SIM_PATH;
+    const std::string man = "/usr/share/man/man8/Sarvik.8.gz";
+    const std::vector<StepCase> cases = {
+        {"dpkg -i", {"dpkg", "-i", SARVIK_DEB_PATH}, "", "Setting up sarvik:i386 (" SARVIK_VERSION ")"},
+        {"installed state",
+         {"dpkg-query", "-W", "-f", "${Status} ${Version}", "sarvik"},
+         "install ok installed " SARVIK_VERSION,
+         nullptr},
+        {"binary mode", {"stat", "-c", "%a %U %G", "/usr/sbin/Sarvik"}, "755 root root\n", nullptr},
+        {"text report", {sim, "--speed", "20", "--", "/usr/sbin/Sarvik"}, kTextReport, nullptr},
+        {"json report", {sim, "--speed", "20", "--", "/usr/sbin/Sarvik", "--json"}, kJsonReport, nullptr},
+        {"man finds the page", {"man", "-w", "8", "Sarvik"}, man + "\n", nullptr},
+        {"page renders",
+         {"man", "--warnings", "-P", "cat", "-l", man},
+         "",
+         "Sarvik - print the serial number"},
+        {"documentation", {"ls", "/usr/share/doc/sarvik"}, "README.md\nrunning-sarvik.md\n", nullptr},
+    };
+    std::vector<std::vector<std::string>> steps;
+    for (const StepCase& c : cases)
+    {
+        steps.push_back(c.argv);
+    }
+    std::vector<ProgramResult> results;
+    std::string error;
+    ASSERT_TRUE(CInstallSandbox::Run(scratch.Folder(), steps, &results, &error)) << error;
+    for (size_t i = 0; i < cases.size(); ++i)
+    {
+        const StepCase& c = cases[i];
+        const ProgramResult& r = results[i];
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(r.status, 0) << r.err;
+        if (c.outContains != nullptr)
+        {
+            EXPECT_NE(r.out.find(c.outContains), std::string::npos) << r.out;
+        }
+        else
+        {
+            EXPECT_EQ(r.out, c.out);
+        }
+    }
+    // The manual page renders without a single warning from man or groff.
+    EXPECT_EQ(results[6].err, "");
+}
+
+TEST(Package, LeavesTheMachineAsItWas)
+{
+    // The sandboxed install writes into layers only: what dpkg knows of sarvik and the files the
+    // package brings are on the machine afterwards exactly as before.
+    CScratch scratch;
+    const std::vector<std::string> query = {"dpkg-query", "-W", "-f", "${Status} ${Version}", "sarvik"};
+    const std::vector<std::string> files = {
+        "ls", "-l", "--time-style=full-iso", "/usr/sbin", "/usr/share/man/man8", "/var/lib/dpkg/info"};
+    const ProgramResult queryBefore = scratch.Run(query);
+    const ProgramResult filesBefore = scratch.Run(files);
+    std::vector<ProgramResult> results;
+    std::string error;
+    ASSERT_TRUE(
+        CInstallSandbox::Run(scratch.Folder(), {{"dpkg", "-i", SARVIK_DEB_PATH}, query}, &results, &error))
+        << error;
+    ASSERT_EQ(results[0].status, 0) << results[0].err;
+    EXPECT_EQ(results[1].out, "install ok installed " SARVIK_VERSION);
+    const ProgramResult queryAfter = scratch.Run(query);
+    EXPECT_EQ(queryAfter.out, queryBefore.out);
+    EXPECT_EQ(queryAfter.status, queryBefore.status);
+    EXPECT_EQ(scratch.Run(files).out, filesBefore.out);
+}
+
+} // namespace
