@@ -95,10 +95,10 @@ bool BoardConfig::apply(const std::string& key, const std::string& value, std::s
     }
     if (key == "fault")
     {
-        FaultSpec spec;
-        if (!FaultPlan::parse(value, &spec, error))
+        FaultRequest request;
+        if (!FaultPlan::parse(value, &request, error))
             return false;
-        faults.push_back(spec);
+        faults.push_back(request);
         return true;
     }
     if (key == "seed")

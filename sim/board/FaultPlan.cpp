@@ -64,42 +64,42 @@ bool isFailureStatus(uint32_t status)
     return status != 0 && status != 0x80 && status <= 0xFE;
 }
 
-bool checkArgs(const FaultSpec& spec, std::string* error)
+bool checkArgs(const FaultRequest& request, std::string* error)
 {
     auto fail = [&](const std::string& why)
     {
         if (error)
-            *error = "fault " + spec.name + ": " + why;
+            *error = "fault " + request.name + ": " + why;
         return false;
     };
-    const std::vector<uint32_t>& a = spec.args;
-    if (spec.name == "ident-fail" || spec.name == "version-fail" || spec.name == "wakeup-step-fail")
+    const std::vector<uint32_t>& a = request.args;
+    if (request.name == "ident-fail" || request.name == "version-fail" || request.name == "wakeup-step-fail")
         return isFailureStatus(a[0]) ? true : fail("STATUS must be a failure status (not 0, 0x80, 0xFF)");
-    if (spec.name == "page-status")
+    if (request.name == "page-status")
     {
         if (a[0] >= SimServer::kEepromSize)
             return fail("ADDR beyond the EEPROM");
         return isFailureStatus(a[1]) ? true : fail("STATUS must be a failure status (not 0, 0x80, 0xFF)");
     }
-    if (spec.name == "bitflip" && (a[0] > FaultPlan::kOldCopy || (a.size() > 1 && (a[1] == 0 || a[1] > 64))))
+    if (request.name == "bitflip" && (a[0] > FaultPlan::kOldCopy || (a.size() > 1 && (a[1] == 0 || a[1] > 64))))
         return fail("COPY is 0, 1, 2 or old and N is 1 to 64");
-    if (spec.name == "status-stuck" && a[0] != 0x80 && a[0] != 0xFF)
+    if (request.name == "status-stuck" && a[0] != 0x80 && a[0] != 0xFF)
         return fail("the stuck status is 0x80 or 0xFF");
     return true;
 }
 
 } // namespace
 
-bool FaultPlan::parse(const std::string& text, FaultSpec* out, std::string* error)
+bool FaultPlan::parse(const std::string& text, FaultRequest* out, std::string* error)
 {
     const size_t eq = text.find('=');
-    FaultSpec spec;
-    spec.name = text.substr(0, eq);
-    const FaultInfo* info = findFault(spec.name);
+    FaultRequest request;
+    request.name = text.substr(0, eq);
+    const FaultInfo* info = findFault(request.name);
     if (info == nullptr)
     {
         if (error)
-            *error = "unknown fault '" + spec.name + "'";
+            *error = "unknown fault '" + request.name + "'";
         return false;
     }
     if (eq != std::string::npos)
@@ -111,30 +111,30 @@ bool FaultPlan::parse(const std::string& text, FaultSpec* out, std::string* erro
             const size_t colon = rest.find(':', start);
             const std::string part = rest.substr(start, colon - start);
             uint32_t value = 0;
-            if (spec.name == "bitflip" && spec.args.empty() && part == "old")
+            if (request.name == "bitflip" && request.args.empty() && part == "old")
                 value = kOldCopy;
             else if (!parseNumber(part, &value))
             {
                 if (error)
-                    *error = "fault " + spec.name + ": bad argument '" + part + "'";
+                    *error = "fault " + request.name + ": bad argument '" + part + "'";
                 return false;
             }
-            spec.args.push_back(value);
+            request.args.push_back(value);
             if (colon == std::string::npos)
                 break;
             start = colon + 1;
         }
     }
-    if (spec.args.size() < info->minArgs || spec.args.size() > info->maxArgs)
+    if (request.args.size() < info->minArgs || request.args.size() > info->maxArgs)
     {
         if (error)
-            *error = "fault " + spec.name +
+            *error = "fault " + request.name +
                      (info->maxArgs ? " takes " + std::string(info->args) : " takes no argument");
         return false;
     }
-    if (!checkArgs(spec, error))
+    if (!checkArgs(request, error))
         return false;
-    *out = spec;
+    *out = request;
     return true;
 }
 
@@ -152,9 +152,9 @@ std::vector<std::string> FaultPlan::descriptions()
     return lines;
 }
 
-FaultPlan::FaultPlan(const std::vector<FaultSpec>& faults, uint64_t seed) : rng_(seed)
+FaultPlan::FaultPlan(const std::vector<FaultRequest>& faults, uint64_t seed) : rng_(seed)
 {
-    for (const FaultSpec& f : faults)
+    for (const FaultRequest& f : faults)
     {
         const std::vector<uint32_t>& a = f.args;
         if (f.name == "reset-stuck")

@@ -17,11 +17,11 @@ public:
     static constexpr uint32_t kOldCopy = 3;
 
     // Parses one fault text; false with an error naming the fault and the bad argument.
-    static bool parse(const std::string& text, FaultSpec* out, std::string* error);
+    static bool parse(const std::string& text, FaultRequest* out, std::string* error);
     // "name[=args]  description" lines, one per fault.
     static std::vector<std::string> descriptions();
 
-    FaultPlan(const std::vector<FaultSpec>& faults, uint64_t seed);
+    FaultPlan(const std::vector<FaultRequest>& faults, uint64_t seed);
 
     bool resetStuck() const { return resetStuck_; }
     bool ramCheckFails() const { return ramCheckFail_; }

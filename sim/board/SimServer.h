@@ -28,7 +28,7 @@ enum class BoardModel
 };
 
 // One fault the board or its I2C bus will show, parsed from "NAME[=ARGS]".
-struct FaultSpec
+struct FaultRequest
 {
     std::string name;
     std::vector<uint32_t> args;
@@ -42,14 +42,14 @@ public:
     // Applies one launcher option; false with an error text for an unknown key or bad value.
     // Keys: "board" (ZEBX|Q5K|Q5KP|Q5KP-V|Q7K), "ident" (identification byte, e.g. 0xB2),
     // "version" (two bytes "0x03,0x12"), "q7k-regs" (four bytes "0xD1,0x02,0x34,0x05"),
-    // "fault" (a fault spec NAME[=ARGS], repeatable), "seed" (unsigned 64-bit).
+    // "fault" (a fault request NAME[=ARGS], repeatable), "seed" (unsigned 64-bit).
     bool apply(const std::string& key, const std::string& value, std::string* error);
 
     BoardModel model = BoardModel::Q5k;
     uint8_t ident = 0xB2;
     uint8_t version[2] = {0x03, 0x12};
     uint8_t q7kRegs[4] = {0xD1, 0x02, 0x34, 0x05};
-    std::vector<FaultSpec> faults;
+    std::vector<FaultRequest> faults;
     uint64_t seed = 1;
 
     // Virtual delays in nanoseconds.

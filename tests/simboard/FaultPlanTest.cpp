@@ -156,9 +156,9 @@ TEST(FaultPlan, ParseRejectsUnknownNamesAndBadArguments)
                          "status-stuck=0x7F", "reset-stuck=1",     "page-status=0x8000:5"};
     for (const char* text : bad)
     {
-        sim::FaultSpec spec;
+        sim::FaultRequest request;
         std::string error;
-        EXPECT_FALSE(sim::FaultPlan::parse(text, &spec, &error)) << text;
+        EXPECT_FALSE(sim::FaultPlan::parse(text, &request, &error)) << text;
         EXPECT_FALSE(error.empty()) << text;
     }
 }
