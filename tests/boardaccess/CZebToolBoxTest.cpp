@@ -110,6 +110,31 @@ TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
     EXPECT_GE(run.Op(0)["elapsedMs"].asInt64(), 11500);
 }
 
+class Q7KDetectionTest : public ::testing::TestWithParam<const char*>
+{
+};
+
+// Register 0 decides; then registers 0 to 3 are read once each, in index order.
+TEST_P(Q7KDetectionTest, ReadsRegisterZeroThenRegistersZeroToThreeInOrder)
+{
+    const SSimRun run = RunProbe({"--host-board", GetParam(), "--board", "Q7K", "--q7k-regs", "0xD1,0x02,0x34,0x05"}, {});
+    ASSERT_EQ(run.Output_X["detected"]["type"].asInt(), 4);
+    std::vector<uint32_t> dataReads;
+    for (const Json::Value& event : run.Events("reg"))
+    {
+        if (TraceNumber(event, "port") == 0x350 && event["dir"].asString() == "r")
+        {
+            dataReads.push_back(TraceNumber(event, "index"));
+        }
+    }
+    EXPECT_EQ(dataReads, (std::vector<uint32_t>{0, 0, 1, 2, 3}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Hosts, Q7KDetectionTest, ::testing::Values("0", "1"),
+                         [](const ::testing::TestParamInfo<const char*>& info) {
+                             return std::string("host_board_") + info.param;
+                         });
+
 TEST(WakeUpQ7KTest, ZeroAttemptsOnAQ7KStillRunThePowerCycle)
 {
     const SSimRun run = RunProbe({"--board", "Q7K"}, {"--type", "4", "wakeup", "0"});

@@ -164,8 +164,8 @@ int32_t CDriverHandle::Construct(int32_t* paramStatus)
 
 int32_t CDriverHandle::CloseHandle(bool shutdownDevice)
 {
-    Trace("%s CloseInstance1 %d,%d ShutdownDevice %d\r\n", mDescriptor_X.pNodeName_c, mFd_S32, mStatus_S32,
-          shutdownDevice ? 1 : 0);
+    // Only the ComRAM handle ever has a trace descriptor, so its name is part of the text.
+    Trace("COMRAM CloseInstance1 %d,%d ShutdownDevice %d\r\n", mFd_S32, mStatus_S32, shutdownDevice ? 1 : 0);
     if (shutdownDevice && mFd_S32 >= 0)
     {
         uint32_t zero_U32 = 0;

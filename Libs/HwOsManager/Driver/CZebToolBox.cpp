@@ -67,9 +67,12 @@ void CZebToolBox::DetectQ7K()
     {
         return;
     }
+    // One register at a time, in index order: argument evaluation order is unspecified.
+    const uint8_t register0_U8 = registers_X.read(0);
+    const uint8_t register1_U8 = registers_X.read(1);
     const uint8_t register2_U8 = registers_X.read(2);
-    const Q7KInfos infos_X(registers_X.read(0), registers_X.read(1), register2_U8 >> 4, register2_U8 & 0x0F,
-                           registers_X.read(3));
+    const uint8_t register3_U8 = registers_X.read(3);
+    const Q7KInfos infos_X(register0_U8, register1_U8, register2_U8 >> 4, register2_U8 & 0x0F, register3_U8);
     mBoardInfos_X.BoardType = SYS_CTL_BOARD_TYPE_Q7K;
     mBoardInfos_X.BoardID = infos_X.BoardID();
     mBoardInfos_X.PCBVersion = infos_X.PCBVersion();

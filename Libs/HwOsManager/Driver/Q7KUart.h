@@ -37,14 +37,15 @@ public:
 
     bool TX_FifoFlush(uint32_t timeoutMs)
     {
-        const int64_t start_S64 = S_NowMs();
+        const int64_t start_S64 = S_NowNs();
         for (;;)
         {
             if ((mRegisters_X.read(DATA) & TX_EMPTY) != 0)
             {
                 return true;
             }
-            if (S_NowMs() - start_S64 > static_cast<int64_t>(timeoutMs))
+            // Whole milliseconds of the elapsed time: rounding each reading could give up a millisecond early.
+            if ((S_NowNs() - start_S64) / 1000000 > static_cast<int64_t>(timeoutMs))
             {
                 return false;
             }
@@ -52,11 +53,11 @@ public:
     }
 
 private:
-    static int64_t S_NowMs()
+    static int64_t S_NowNs()
     {
         timespec now_X;
         clock_gettime(CLOCK_MONOTONIC, &now_X);
-        return static_cast<int64_t>(now_X.tv_sec) * 1000 + now_X.tv_nsec / 1000000;
+        return static_cast<int64_t>(now_X.tv_sec) * 1000000000 + now_X.tv_nsec;
     }
 
     REGISTERS mRegisters_X;
