@@ -53,6 +53,13 @@ TraceJson& TraceJson::num(const char* name, uint64_t value)
     return *this;
 }
 
+TraceJson& TraceJson::snum(const char* name, int64_t value)
+{
+    key(name);
+    text_ += std::to_string(value);
+    return *this;
+}
+
 TraceJson& TraceJson::hex(const char* name, uint32_t value, int digits)
 {
     char buf[16];
@@ -71,7 +78,7 @@ void TraceJson::emitTo(TraceSink* sink)
 {
     if (sink == nullptr)
         return;
-    sink->emit(text_ + "}");
+    sink->emit(line());
 }
 
 } // namespace sim

@@ -35,12 +35,12 @@ TEST(DriverHooks, TraceRecordsOpenIoctlMmapAndIopermInOrder)
     const std::string trace = SimHarness::readFile(h.path("trace"));
     const std::vector<std::string> expected = {
         "\"ev\":\"open\",\"path\":\"/dev/comram0\"",
-        "\"ev\":\"ioctl\",\"path\":\"/dev/comram0\",\"request\":\"0x80206e01\",\"result\":0",
+        "\"ev\":\"ioctl\",\"path\":\"/dev/comram0\",\"request\":\"0x80206E01\",\"result\":0",
         "\"ev\":\"mmap\",\"path\":\"/dev/"
         "comram0\",\"offset\":\"0x100000\",\"length\":32768,\"area\":\"comram\"",
         "\"ev\":\"ioperm\",\"from\":\"0x070\",\"count\":2,\"on\":1,\"result\":0",
         "\"ev\":\"mmap\",\"path\":\"/dev/comram0\",\"offset\":\"0x000000\",\"length\":1024,\"area\":\"io\"",
-        "\"ev\":\"ioctl\",\"path\":\"/dev/comram0\",\"request\":\"0x40046e10\",\"value\":0,\"result\":0",
+        "\"ev\":\"ioctl\",\"path\":\"/dev/comram0\",\"request\":\"0x40046E10\",\"value\":0,\"result\":0",
         "\"ev\":\"open\",\"path\":\"/dev/timecode0\""};
     size_t at = 0;
     for (const auto& event : expected)

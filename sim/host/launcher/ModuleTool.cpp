@@ -1,6 +1,6 @@
 #include "ModuleTool.h"
 
-#include "JsonLine.h"
+#include "TraceJson.h"
 #include "RunConfig.h"
 #include "TraceFile.h"
 #include "VirtualClock.h"
@@ -25,10 +25,10 @@ void traceCall(const RunConfig& config, const char* command, const std::string& 
     TraceFile trace(config.get("trace"));
     const VirtualClock clock(config.getInt("mono_start_ns", 0), config.getInt("wall_start_ns", 0),
                              config.getDouble("speed", 1.0));
-    trace.emit(JsonLine(static_cast<uint64_t>(clock.monotonicNow()), command)
+    trace.emit(sim::TraceJson(static_cast<uint64_t>(clock.monotonicNow()), command)
                    .str("module", module)
-                   .num("status", status)
-                   .text());
+                   .snum("status", status)
+                   .line());
 }
 
 bool exists(const std::string& path)

@@ -1,6 +1,6 @@
 #include "SyslogCollector.h"
 
-#include "JsonLine.h"
+#include "TraceJson.h"
 
 #include <cerrno>
 #include <cstring>
@@ -161,13 +161,13 @@ bool SyslogCollector::parse(const std::string& datagram, SyslogMessage* message)
 
 std::string SyslogCollector::toJson(const SyslogMessage& message, uint64_t nowNs)
 {
-    JsonLine line(nowNs, "syslog");
+    sim::TraceJson line(nowNs, "syslog");
     line.str("ident", message.ident)
-        .num("facility", message.facility)
-        .num("priority", message.priority)
-        .num("pid", message.pid)
+        .snum("facility", message.facility)
+        .snum("priority", message.priority)
+        .snum("pid", message.pid)
         .str("message", message.text);
-    return line.text();
+    return line.line();
 }
 
 } // namespace simhost

@@ -3,7 +3,7 @@
 // (configuration ioctl, mappings, port grants) are answered here.
 #include "BusTrap.h"
 #include "Interposer.h"
-#include "JsonLine.h"
+#include "TraceJson.h"
 #include "RealCalls.h"
 #include "SimServer.h"
 
@@ -18,7 +18,7 @@ using simhost::AreaKind;
 using simhost::Device;
 using simhost::DeviceTable;
 using simhost::Interposer;
-using simhost::JsonLine;
+using sim::TraceJson;
 using simhost::RealCalls;
 
 namespace
@@ -54,12 +54,12 @@ int noteOpen(const char* path, int fd)
     if (ip == nullptr || device == Device::None)
         return fd;
     const int savedErrno = errno;
-    JsonLine line(ip->nowNs(), "open");
+    TraceJson line(ip->nowNs(), "open");
     line.str("path", path);
     if (fd >= 0)
     {
         ip->devices().add(fd, device);
-        line.num("fd", fd);
+        line.snum("fd", fd);
     }
     else
         line.str("error", std::strerror(savedErrno));
@@ -84,7 +84,7 @@ int fail(int error)
 
 int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, void* arg)
 {
-    JsonLine line(ip.nowNs(), "ioctl");
+    TraceJson line(ip.nowNs(), "ioctl");
     line.str("path", DeviceTable::name(device)).hex("request", static_cast<uint32_t>(request), 8);
     int result = 0;
     int error = 0;
@@ -99,14 +99,14 @@ int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, vo
     {
         uint32_t value = 0;
         std::memcpy(&value, arg, sizeof value);
-        line.num("value", value);
+        line.snum("value", value);
     }
     else
     {
         result = -1;
         error = ENOTTY;
     }
-    line.num("result", result);
+    line.snum("result", result);
     ip.trace(line);
     (void)fd;
     return result == 0 ? 0 : fail(error);
@@ -123,10 +123,10 @@ int anyIoctl(int (*realIoctl)(int, unsigned long, ...), int fd, unsigned long re
 
 void* deviceMmap(Interposer& ip, Device device, size_t length, int64_t offset)
 {
-    JsonLine line(ip.nowNs(), "mmap");
+    TraceJson line(ip.nowNs(), "mmap");
     line.str("path", DeviceTable::name(device))
         .hex("offset", static_cast<uint32_t>(offset), 6)
-        .num("length", length);
+        .snum("length", length);
     uint8_t* area = nullptr;
     if (device == Device::Comram && offset == kComramOffset && length > 0 &&
         length <= sim::SimServer::kComramSize)
@@ -229,8 +229,8 @@ extern "C"
         if (device != Device::None)
         {
             const int savedErrno = errno;
-            JsonLine line(ip->nowNs(), "close");
-            line.str("path", DeviceTable::name(device)).num("fd", fd);
+            TraceJson line(ip->nowNs(), "close");
+            line.str("path", DeviceTable::name(device)).snum("fd", fd);
             ip->trace(line);
             errno = savedErrno;
         }
@@ -271,8 +271,8 @@ extern "C"
         AreaKind kind = AreaKind::Comram;
         if (ip == nullptr || !ip->areas().release(address, &kind))
             return RealCalls::get().munmap(address, length);
-        JsonLine line(ip->nowNs(), "munmap");
-        line.str("area", kind == AreaKind::Comram ? "comram" : "io").num("length", length);
+        TraceJson line(ip->nowNs(), "munmap");
+        line.str("area", kind == AreaKind::Comram ? "comram" : "io").snum("length", length);
         ip->trace(line);
         return 0;
     }
@@ -282,10 +282,10 @@ extern "C"
         Interposer* ip = runInterposer();
         if (ip == nullptr)
             return fail(ENOSYS);
-        JsonLine line(ip->nowNs(), "ioperm");
-        line.hex("from", static_cast<uint32_t>(from), 3).num("count", count).num("on", on != 0);
+        TraceJson line(ip->nowNs(), "ioperm");
+        line.hex("from", static_cast<uint32_t>(from), 3).snum("count", count).snum("on", on != 0);
         const bool ok = ip->ports().set(from, count, on != 0);
-        line.num("result", ok ? 0 : -1);
+        line.snum("result", ok ? 0 : -1);
         ip->trace(line);
         if (!ok)
             return fail(EINVAL);
@@ -301,8 +301,8 @@ extern "C"
             return fail(ENOSYS);
         if (level < 0 || level > 3)
             return fail(EINVAL);
-        JsonLine line(ip->nowNs(), "iopl");
-        line.num("level", level);
+        TraceJson line(ip->nowNs(), "iopl");
+        line.snum("level", level);
         ip->trace(line);
         ip->ports().setAll(level == 3);
         ip->board();

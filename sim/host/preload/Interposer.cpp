@@ -1,6 +1,6 @@
 #include "Interposer.h"
 
-#include "JsonLine.h"
+#include "TraceJson.h"
 #include "RealCalls.h"
 #include "SimServer.h"
 
@@ -81,10 +81,10 @@ void Interposer::startBoard()
     board_ = std::make_unique<sim::SimServer>(boardConfig, static_cast<uint8_t*>(image), trace_.get());
 }
 
-void Interposer::trace(const JsonLine& line)
+void Interposer::trace(const sim::TraceJson& line)
 {
     if (trace_ && trace_->isOpen())
-        trace_->emit(line.text());
+        trace_->emit(line.line());
 }
 
 namespace

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "DeviceTable.h"
-#include "JsonLine.h"
+#include "TraceJson.h"
 #include "MappedAreas.h"
 #include "PortGrants.h"
 #include "RunConfig.h"
@@ -39,7 +39,7 @@ public:
     PortGrants& ports() { return ports_; }
     // The board model, created on first use; a board that cannot start ends the process.
     sim::SimServer& board();
-    void trace(const JsonLine& line);
+    void trace(const sim::TraceJson& line);
 
 private:
     Interposer();
