@@ -47,6 +47,9 @@ TEST(ModuleLoadingTest, MissingNodesOnHostBoardZeroLoadTheModulesAndLogUnderOneI
         if (kind == "modprobe")
         {
             sequence.push_back("modprobe " + event["module"].asString());
+            // The timecode driver is already open when the ComRAM module is loaded: the
+            // module command's shell must not inherit it.
+            EXPECT_EQ(event["driver_fds"].asInt(), 0) << "modprobe inherited a driver descriptor";
         }
         else if (kind == "ioctl" && TraceNumber(event, "request") == 0x40046E10)
         {

@@ -72,7 +72,8 @@ int32_t CDriverHandle::OpenDeviceFile()
     {
         return 24;
     }
-    mFd_S32 = open(mNodePath_c, O_RDWR);
+    // Close-on-exec: the shell that loads a module later must not inherit the driver.
+    mFd_S32 = open(mNodePath_c, O_RDWR | O_CLOEXEC);
     if (mFd_S32 < 0)
     {
         mFd_S32 = -1;

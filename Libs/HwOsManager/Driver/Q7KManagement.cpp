@@ -33,7 +33,7 @@ volatile uint8_t* MapArea(int fd, uint32_t length, uint32_t offset)
 
 void MapOwnAreas()
 {
-    const int fd = open("/dev/comram0", O_RDWR);
+    const int fd = open("/dev/comram0", O_RDWR | O_CLOEXEC);
     if (fd < 0)
     {
         return;

@@ -20,14 +20,37 @@ namespace simhost
 namespace
 {
 
+// Driver nodes this module tool was started with: a tool that lets its shell inherit its
+// driver descriptors shows up here.
+int inheritedDriverDescriptors()
+{
+    int count = 0;
+    for (int fd = 3; fd < 256; ++fd)
+    {
+        char link[64];
+        char target[256];
+        std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+        const ssize_t n = readlink(link, target, sizeof target - 1);
+        if (n <= 0)
+            continue;
+        target[n] = '\0';
+        for (const char* node : {"/dev/comram", "/dev/timecode", "/dev/zq8"})
+            if (std::strncmp(target, node, std::strlen(node)) == 0)
+                ++count;
+    }
+    return count;
+}
+
 void traceCall(const RunConfig& config, const char* command, const std::string& module, int status)
 {
+    const int driverFds = inheritedDriverDescriptors();
     TraceFile trace(config.get("trace"));
     const VirtualClock clock(config.getInt("mono_start_ns", 0), config.getInt("wall_start_ns", 0),
                              config.getDouble("speed", 1.0));
     trace.emit(sim::TraceJson(static_cast<uint64_t>(clock.monotonicNow()), command)
                    .str("module", module)
                    .snum("status", status)
+                   .snum("driver_fds", driverFds)
                    .line());
 }
 
