@@ -24,7 +24,9 @@ std::vector<std::string> MainThreadCalls(const std::string& trace)
         }
         if (linePid == pid)
         {
-            calls.push_back(line.substr(line.find(' ') + 1));
+            // strace pads the pid column, so short pids leave more than one blank before the call.
+            const size_t call = line.find_first_not_of(' ', line.find(' '));
+            calls.push_back(call == std::string::npos ? std::string() : line.substr(call));
         }
     }
     return calls;
