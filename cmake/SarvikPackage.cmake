@@ -7,13 +7,20 @@ add_custom_command(OUTPUT ${SARVIK_MAN_GZ}
     COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/Sarvik.8 > ${SARVIK_MAN_GZ}
     DEPENDS ${PROJECT_SOURCE_DIR}/Sarvik.8
     COMMENT "Compressing the manual page")
-add_custom_target(sarvik-man ALL DEPENDS ${SARVIK_MAN_GZ})
+set(SARVIK_CHANGELOG_GZ ${CMAKE_BINARY_DIR}/changelog.Debian.gz)
+add_custom_command(OUTPUT ${SARVIK_CHANGELOG_GZ}
+    COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/packaging/changelog > ${SARVIK_CHANGELOG_GZ}
+    DEPENDS ${PROJECT_SOURCE_DIR}/packaging/changelog
+    COMMENT "Compressing the package changelog")
+add_custom_target(sarvik-man ALL DEPENDS ${SARVIK_MAN_GZ} ${SARVIK_CHANGELOG_GZ})
 
 install(TARGETS Sarvik RUNTIME DESTINATION sbin PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 install(FILES ${SARVIK_MAN_GZ} DESTINATION share/man/man8)
 install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION share/doc/sarvik)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/running-sarvik.md DESTINATION share/doc/sarvik)
+# What Debian policy asks of every package's documentation folder.
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright ${SARVIK_CHANGELOG_GZ} DESTINATION share/doc/sarvik)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME sarvik)
