@@ -39,8 +39,8 @@ run_suite() {
 }
 
 run_suite i386 ""
-run_suite asan "" -LE 'no-asan|sim|scenario|startup|release'
-run_suite tsan "syslog_tests platform_tests" -L 'syslog|platform'
+run_suite asan "" -LE '^(no-asan|sim|scenario|startup|release)$'
+run_suite tsan "syslog_tests platform_tests" -L '^(syslog|platform)$'
 
 echo "=== summary (i386, asan, tsan)"
 echo "total: ${total_pass} passed, ${total_fail} failed"
