@@ -16,6 +16,10 @@ TEST(BusTrap, RamStoresOfEveryWidthReadBackThroughTheBoard)
     EXPECT_EQ(SimHarness::value(r.out, "ram16"), "0x1234");
     EXPECT_EQ(SimHarness::value(r.out, "ram32"), "0xcafef00d");
     EXPECT_EQ(SimHarness::value(r.out, "byte1005"), "0xf0");
+    // A high-byte load, a 16-bit load and a sign-extending load from the board's RAM.
+    EXPECT_EQ(SimHarness::value(r.out, "ah"), "0x1122f044");
+    EXPECT_EQ(SimHarness::value(r.out, "ax"), "0x1122f00d");
+    EXPECT_EQ(SimHarness::value(r.out, "movsx"), "-16");
 }
 
 struct BoardCase

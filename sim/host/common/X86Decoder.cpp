@@ -155,6 +155,77 @@ MemoryAccess X86Decoder::decodeAccess(const uint8_t* code)
     }
 }
 
+namespace
+{
+// Bytes taken by a ModRM memory operand with 32-bit addressing (ModRM, SIB, displacement);
+// 0 for a register operand, which cannot fault on the bus.
+int memoryOperandLength(const uint8_t* modrmByte)
+{
+    const uint8_t modrm = modrmByte[0];
+    const int mod = modrm >> 6;
+    const int rm = modrm & 7;
+    if (mod == 3)
+        return 0;
+    int length = 1;
+    if (rm == 4)
+    {
+        const int base = modrmByte[1] & 7;
+        ++length;
+        if (mod == 0 && base == 5)
+            length += 4;
+    }
+    else if (mod == 0 && rm == 5)
+        length += 4;
+    if (mod == 1)
+        length += 1;
+    else if (mod == 2)
+        length += 4;
+    return length;
+}
+} // namespace
+
+LoadInstruction X86Decoder::decodeLoad(const uint8_t* code)
+{
+    LoadInstruction load;
+    int i = 0;
+    int opSize = 4;
+    for (; i < 4; ++i)
+    {
+        if (code[i] == 0x66)
+            opSize = 2;
+        else if (code[i] == 0x3E || code[i] == 0x26 || code[i] == 0x36 || code[i] == 0x2E)
+            continue; // segment overrides that change nothing in a flat address space
+        else if (isPrefix(code[i]))
+            return load; // address-size, lock, rep, fs/gs: left to the real instruction
+        else
+            break;
+    }
+    const uint8_t* op = code + i;
+    const uint8_t* modrm = nullptr;
+    if (op[0] == 0x8A || op[0] == 0x8B)
+    {
+        modrm = op + 1;
+        load.size = op[0] == 0x8A ? 1 : opSize;
+        load.destSize = load.size;
+    }
+    else if (op[0] == 0x0F && (op[1] == 0xB6 || op[1] == 0xB7 || op[1] == 0xBE || op[1] == 0xBF))
+    {
+        modrm = op + 2;
+        load.size = (op[1] & 1) ? 2 : 1;
+        load.destSize = opSize;
+        load.signExtend = op[1] >= 0xBE;
+    }
+    else
+        return load;
+    const int operand = memoryOperandLength(modrm);
+    if (operand == 0)
+        return load;
+    load.reg = regField(modrm[0]);
+    load.length = static_cast<int>(modrm - code) + operand;
+    load.valid = true;
+    return load;
+}
+
 PortInstruction X86Decoder::decodePort(const uint8_t* code)
 {
     PortInstruction p;

@@ -24,9 +24,23 @@ struct PortInstruction
     int length = 0; // instruction length in bytes, prefix included
 };
 
+// A plain load from memory into a general register (mov, movzx, movsx), which the bus can
+// emulate without running the instruction.
+struct LoadInstruction
+{
+    bool valid = false;
+    int reg = 0;        // destination register number (0 eax ... 7 edi; 4..7 are ah..bh for byte moves)
+    int size = 0;       // bytes read: 1, 2 or 4
+    int destSize = 0;   // bytes of the register written: 1, 2 or 4
+    bool signExtend = false;
+    int length = 0;     // instruction length in bytes, prefixes included
+};
+
 class X86Decoder
 {
 public:
+    // Only the 32-bit addressing forms; anything else is not valid (the caller runs it instead).
+    static LoadInstruction decodeLoad(const uint8_t* code);
     // `code` must point at least 16 readable bytes (the longest instruction).
     static MemoryAccess decodeAccess(const uint8_t* code);
     static PortInstruction decodePort(const uint8_t* code);

@@ -61,6 +61,47 @@ void writeByte(sim::SimServer& board, const MappedArea& area, uint32_t offset, u
         board.portWrite(static_cast<uint16_t>(offset), value, now);
 }
 
+// Puts a value read from the bus where the load instruction would have put it.
+void setRegister(ucontext_t* uc, const LoadInstruction& load, uint32_t value)
+{
+    static const int kRegisters[8] = {REG_EAX, REG_ECX, REG_EDX, REG_EBX, REG_ESP, REG_EBP, REG_ESI, REG_EDI};
+    if (load.signExtend)
+        value = load.size == 1 ? static_cast<uint32_t>(static_cast<int8_t>(value))
+                               : static_cast<uint32_t>(static_cast<int16_t>(value));
+    greg_t* regs = uc->uc_mcontext.gregs;
+    if (load.destSize == 4)
+    {
+        regs[kRegisters[load.reg]] = static_cast<greg_t>(value);
+        return;
+    }
+    // Narrow destinations keep the rest of the register; byte registers 4..7 are ah..bh.
+    const int index = load.destSize == 1 ? load.reg & 3 : load.reg;
+    const int shift = load.destSize == 1 && load.reg >= 4 ? 8 : 0;
+    const uint32_t mask = (load.destSize == 2 ? 0xFFFFu : 0xFFu) << shift;
+    const auto old = static_cast<uint32_t>(regs[kRegisters[index]]);
+    regs[kRegisters[index]] = static_cast<greg_t>((old & ~mask) | ((value << shift) & mask));
+}
+
+// A plain load is answered in this one fault: no page opened, no single step. That is most of
+// the tool's accesses (status polls, data copied out of the mailbox).
+bool emulateLoad(Interposer& ip, const MappedArea& area, uint32_t offset, ucontext_t* uc)
+{
+    if ((uc->uc_mcontext.gregs[REG_ERR] & 2) != 0)
+        return false;
+    const LoadInstruction load =
+        X86Decoder::decodeLoad(reinterpret_cast<const uint8_t*>(uc->uc_mcontext.gregs[REG_EIP]));
+    if (!load.valid || offset + static_cast<uint32_t>(load.size) > area.validLength)
+        return false;
+    sim::SimServer& board = ip.board();
+    const uint64_t now = ip.nowNs();
+    uint32_t value = 0;
+    for (int i = 0; i < load.size; ++i)
+        value |= static_cast<uint32_t>(readByte(board, area, offset + i, now)) << (8 * i);
+    setRegister(uc, load, value);
+    uc->uc_mcontext.gregs[REG_EIP] += load.length;
+    return true;
+}
+
 bool enterArea(Interposer& ip, MappedArea& area, uint8_t* address, ucontext_t* uc)
 {
     const uint32_t offset = static_cast<uint32_t>(address - area.user);
@@ -69,6 +110,8 @@ bool enterArea(Interposer& ip, MappedArea& area, uint8_t* address, ucontext_t* u
     {
         if (offset >= area.validLength)
             return false;
+        if (emulateLoad(ip, area, offset, uc))
+            return true;
         s = Step{};
         s.active = true;
         s.area = &area;

@@ -106,6 +106,15 @@ int board()
     std::printf("ram8=0x%02x ram16=0x%04x ram32=0x%08x byte1005=0x%02x\n", ram[0x1000],
                 *reinterpret_cast<volatile uint16_t*>(ram + 0x1002),
                 *reinterpret_cast<volatile uint32_t*>(ram + 0x1004), ram[0x1005]);
+    // Loads into narrow registers keep the rest of the register, as on the processor.
+    uint32_t highByte = 0x11223344;
+    uint32_t lowWord = 0x11223344;
+    int32_t signedByte = 0;
+    const volatile uint8_t* at = ram + 0x1004; // 0x0D 0xF0 0xFE 0xCA
+    asm volatile("movb 1(%1), %%ah" : "+a"(highByte) : "r"(at) : "memory");
+    asm volatile("movw (%1), %w0" : "+r"(lowWord) : "r"(at) : "memory");
+    asm volatile("movsbl 1(%1), %0" : "=r"(signedByte) : "r"(at) : "memory");
+    std::printf("ah=0x%08x ax=0x%08x movsx=%d\n", highByte, lowWord, signedByte);
     // Reset pulse, then wait for the dual-port RAM to hold what is written.
     ram[0x7FFD] = 1;
     ram[0x7FFD] = 0;
