@@ -203,11 +203,11 @@ class SingleRun : public testing::TestWithParam<RunCase>
 {
 };
 
-TEST_P(SingleRun, PrintsAndLogsWhatTheUnitHolds)
+// One run of the case with the clocks at the given speed ("1": real time).
+void CheckRun(const RunCase& c, const std::string& speed)
 {
-    const RunCase& c = GetParam();
     CSimRun sim;
-    Args simArgs = {"--speed", SPEED};
+    Args simArgs = {"--speed", speed};
     if (!c.image.empty())
     {
         const std::string image = sim.MakeImage(c.image);
@@ -230,6 +230,22 @@ TEST_P(SingleRun, PrintsAndLogsWhatTheUnitHolds)
     }
 }
 
+TEST_P(SingleRun, PrintsAndLogsWhatTheUnitHolds)
+{
+    CheckRun(GetParam(), SPEED);
+}
+
+// Every model once with nothing accelerated: the tool's timer calibrates against real sleeps
+// and its busy-waits meet the board's real reset, bootstrap and power-up delays.
+class RealSpeed : public testing::TestWithParam<RunCase>
+{
+};
+
+TEST_P(RealSpeed, PrintsAndLogsWhatTheUnitHolds)
+{
+    CheckRun(GetParam(), "1");
+}
+
 std::string CaseName(const testing::TestParamInfo<RunCase>& info)
 {
     return info.param.name;
@@ -239,6 +255,7 @@ INSTANTIATE_TEST_SUITE_P(CommandLine, SingleRun, testing::ValuesIn(CommandLineCa
 INSTANTIATE_TEST_SUITE_P(Boards, SingleRun, testing::ValuesIn(BoardCases()), CaseName);
 INSTANTIATE_TEST_SUITE_P(Chassis, SingleRun, testing::ValuesIn(ChassisCases()), CaseName);
 INSTANTIATE_TEST_SUITE_P(Failures, SingleRun, testing::ValuesIn(FailureCases()), CaseName);
+INSTANTIATE_TEST_SUITE_P(Models, RealSpeed, testing::ValuesIn(BoardCases()), CaseName);
 
 // ---------------------------------------------------------------------------------------------
 // The three copies and the older record: which copy becomes the record, which one is rewritten,
