@@ -11,4 +11,4 @@ CC=clang CXX=clang++ cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDeb
 cmake --build "$dir" --target FormatFuzz
 corpus="$dir/corpus/FormatFuzz"
 mkdir -p "$corpus"
-"$dir/tests/fuzz/FormatFuzz" -max_total_time="$seconds" -max_len=1024 "$@" "$corpus"
+"$dir/tests/fuzz/FormatFuzz" -max_total_time="$seconds" -max_len=1024 -artifact_prefix="$dir/" "$@" "$corpus"
