@@ -51,6 +51,8 @@ void traceCall(const RunConfig& config, const char* command, const std::string& 
                    .str("module", module)
                    .snum("status", status)
                    .snum("driver_fds", driverFds)
+                   .snum("uid", getuid())
+                   .snum("euid", geteuid())
                    .line());
 }
 
