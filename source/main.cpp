@@ -17,7 +17,7 @@
 
 namespace
 {
-const struct option S_pLongOptions_X[] = {
+const struct option long_options[] = {
     {"json", no_argument, nullptr, 'j'},
     {nullptr, 0, nullptr, 0},
 };
@@ -46,7 +46,7 @@ int main(int argc, char** argv)
     int32_t optionIndex_S32 = 0;
     int option_S32 = 0;
     // Unknown options and positional arguments are ignored: scripts may pass more than we know.
-    while ((option_S32 = getopt_long(argc, argv, "j", S_pLongOptions_X, &optionIndex_S32)) != -1)
+    while ((option_S32 = getopt_long(argc, argv, "j", long_options, &optionIndex_S32)) != -1)
     {
         if (option_S32 == 'j')
         {

@@ -2,6 +2,7 @@
 // file. Runs inside the simulated server, whose /mnt/APPS is the run's own.
 #include "CEepromDataHandler.h"
 #include "CSysLogServer.h"
+#include "keyDriver.h"
 
 #include "BoardUp.h"
 
@@ -9,10 +10,12 @@
 
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -56,8 +59,9 @@ TEST(CEepromDataHandlerLogging, ReadingTheSampleUnitWritesItsFieldsToTheEepromLo
     const std::string text = WaitForLine(kEepromLog, "PSU type");
     // Channel 224's own header, then the three copies read and the interpreted fields in order.
     EXPECT_NE(text.find("Channel: cvn_eeprom - Criticity threshold: Critical"), std::string::npos) << text;
-    for (const char* line : {"|C|     1| 1|Reading copy 0 success\r\n", "|C|     1| 1|Reading copy 1 success\r\n",
-                             "|C|     1| 1|Reading copy 2 success\r\n"})
+    for (const char* line :
+         {"|C|     1| 1|Reading copy 0 success\r\n", "|C|     1| 1|Reading copy 1 success\r\n",
+          "|C|     1| 1|Reading copy 2 success\r\n"})
     {
         EXPECT_NE(text.find(line), std::string::npos) << line << " missing from\n" << text;
     }
@@ -69,6 +73,77 @@ TEST(CEepromDataHandlerLogging, ReadingTheSampleUnitWritesItsFieldsToTheEepromLo
         const size_t found = text.find(field, at);
         ASSERT_NE(found, std::string::npos) << "'" << field << "' missing or out of order in\n" << text;
         at = found;
+    }
+}
+
+TEST(CEepromDataHandlerLogging, RefusedCopiesAndFailedChecksumsAreExplained)
+{
+    mkdir("/mnt/APPS/data", 0777);
+    mkdir("/mnt/APPS/data/log", 0777);
+    ASSERT_TRUE(BringBoardUp());
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CEepromDataHandler handler(&server);
+    handler.SetBusyRetry(false);
+    handler.GetKeyDriver()->EnableCheckSum(0);
+    SETTINGSFILE record = {};
+    OLDSETTINGS old = {};
+
+    // Each step, in order, and the line it leaves. The sample unit's record sums to 1241 and its
+    // older record to 196.
+    struct
+    {
+        const char* step;
+        std::function<short()> run;
+        short result;
+        std::vector<const char*> lines;
+    } const steps[] = {
+        {"copy 3 read",
+         [&] { return handler.ReadCopy(3, &record); },
+         5,
+         {"|C|     1| 1|Reading copy 3 ucode is not running (0000)\r\n"}},
+        {"copy 3 written",
+         [&] { return handler.WriteCopy(3, &record); },
+         5,
+         {"|C|     1| 1|Data not valid or ucode not running or incorrect copy number or null pointer\r\n"}},
+        {"copy 0 read",
+         [&] { return handler.ReadCopy(0, &record); },
+         0,
+         {"|C|     1| 1|Reading copy 0 success\r\n"}},
+        {"copy 0 written without checksum",
+         [&]
+         {
+             record.CheckSum_U32 = 0;
+             return handler.WriteCopy(0, &record);
+         },
+         0,
+         {"|C|     1| 1|Writing copy 0 success\r\n"}},
+        {"copy 0 read again",
+         [&] { return handler.ReadCopy(0, &record); },
+         6,
+         {"|C|     1| 1|Invalid checksum: read 0 vs computed 1241\r\n"}},
+        {"older record with its checksum byte raised",
+         [&]
+         {
+             unsigned char page[64] = {};
+             handler.GetKeyDriver()->EEPROMRead(64, 64, page);
+             page[101 - 64]++;
+             handler.GetKeyDriver()->EEPROMWrite(64, 64, page);
+             return handler.ReadOldCopy(&old);
+         },
+         6,
+         {"|C|     1| 1|Invalid checksum: read 197 (at offset 1) vs computed 196\r\n",
+          "|C|     1| 1|Invalid checksum: read 197 (at offset 2) vs computed "}},
+    };
+    for (const auto& s : steps)
+    {
+        SCOPED_TRACE(s.step);
+        EXPECT_EQ(s.run(), s.result);
+        server.FlushPendingMessages();
+        for (const char* line : s.lines)
+        {
+            const std::string text = WaitForLine(kEepromLog, line);
+            EXPECT_NE(text.find(line), std::string::npos) << line << " missing from\n" << text;
+        }
     }
 }
 

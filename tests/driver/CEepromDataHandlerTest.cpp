@@ -101,6 +101,73 @@ TEST_F(CEepromDataHandlerOnBoard, CopyWithZeroChecksumIsRejectedAndRepairedFromT
     EXPECT_EQ(mpHandler->Read(true), 0);
 }
 
+// Damage done to the sample unit (three good copies of "KV0012345", an older record of
+// "KV001234") before Read, and what Read makes of it.
+struct DamageCase
+{
+    const char* name;
+    bool brokenCopy[3];
+    bool brokenOld;
+    short result;
+    bool valid;
+    std::string serial;
+    std::string user;
+    uint32_t modified;
+};
+
+class CEepromDataHandlerDamage : public CEepromDataHandlerOnBoard,
+                                 public testing::WithParamInterface<DamageCase>
+{
+};
+
+TEST_P(CEepromDataHandlerDamage, FallsBackCopyByCopyThenOlderLayoutThenDefaults)
+{
+    const DamageCase& c = GetParam();
+    ASSERT_EQ(mpHandler->Read(true), 0);
+    SETTINGSFILE broken = mpHandler->GetSettings();
+    broken.CheckSum_U32 = 0;
+    for (unsigned copy = 0; copy < 3; copy++)
+    {
+        if (c.brokenCopy[copy])
+        {
+            ASSERT_EQ(mpHandler->WriteCopy(copy, &broken), 0);
+        }
+    }
+    if (c.brokenOld)
+    {
+        // The older record's 8-bit checksum is its byte 101, in EEPROM page 1.
+        unsigned char page[64] = {};
+        ASSERT_EQ(mpHandler->GetKeyDriver()->EEPROMRead(64, 64, page), 0);
+        page[101 - 64]++;
+        ASSERT_EQ(mpHandler->GetKeyDriver()->EEPROMWrite(64, 64, page), 0);
+    }
+
+    CEepromDataHandler fresh(nullptr);
+    fresh.SetBusyRetry(false);
+    fresh.GetKeyDriver()->EnableCheckSum(0);
+    EXPECT_EQ(fresh.Read(true), c.result);
+    EXPECT_EQ(fresh.IsValid(), c.valid);
+    EXPECT_EQ(std::string(fresh.GetSerialNumber()), c.serial);
+    EXPECT_EQ(std::string(fresh.GetSettings().UserName_c), c.user);
+    EXPECT_EQ(fresh.GetModifiedFlags(), c.modified);
+    if (!c.valid)
+    {
+        // Nothing but the two default texts survives.
+        SETTINGSFILE defaults = {};
+        memcpy(defaults.UserName_c, "ORX", 4);
+        memcpy(defaults.SerialNumber_c, "100000", 7);
+        EXPECT_EQ(memcmp(&fresh.GetSettings(), &defaults, sizeof(defaults)), 0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SampleUnit, CEepromDataHandlerDamage,
+    testing::Values(DamageCase{"Copy1", {false, true, false}, false, 0x200, true, "KV0012345", "ORX", 0},
+                    DamageCase{"Copies01", {true, true, false}, true, 0x200, true, "KV0012345", "ORX", 0},
+                    DamageCase{"AllCopies", {true, true, true}, false, 0x200, true, "KV001234", "ORX", 1},
+                    DamageCase{"AllCopiesAndOld", {true, true, true}, true, 11, false, "100000", "ORX", 0}),
+    [](const testing::TestParamInfo<DamageCase>& info) { return std::string(info.param.name); });
+
 TEST_F(CEepromDataHandlerOnBoard, NineCharacterSerialRunsOnIntoTheRecord)
 {
     ASSERT_EQ(mpHandler->Read(true), 0);
