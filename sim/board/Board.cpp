@@ -212,6 +212,12 @@ void Board::comramWrite(uint32_t offset, uint8_t value, uint64_t nowNs)
         setResetLine(value, nowNs);
         return;
     }
+    if (offset == CommandZone::kDoorbell && value != 0)
+    {
+        // Every ring is traced, answered or not, so that a host's retries can be counted against
+        // a board that stays silent.
+        TraceJson(nowNs, "doorbell").hex8("op", zone_.get(CommandZone::kOpcode)).emitTo(trace_);
+    }
     if (!ramUsable())
         return;
     zone_.set(offset, value);

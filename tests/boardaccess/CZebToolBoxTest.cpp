@@ -175,6 +175,25 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Through interface 0 the flag at 0x0003 lands on the address's second byte, so the recovery
 // misses the GPIO pins; through interface 1 it reaches them and the next attempt succeeds.
+// A bootstrap that never answers is asked 201 times per attempt (about 20 s of 1 s queries with
+// 100 ms pauses) before the attempt fails, and each of the two attempts does the same.
+TEST(WakeUpRetryTest, SilentBootstrapIsAskedTwoHundredAndOneTimesPerAttempt)
+{
+    const SSimRun run = RunProbe({"--board", "Q5K", "--fault", "bootstrap-silent", "--speed", "400"}, {"wakeup", "2"});
+    EXPECT_EQ(run.Op(0)["result"].asUInt(), 2u);
+    std::vector<size_t> perAttempt;
+    for (const Json::Value& event : run.Trace_X)
+    {
+        const std::string kind = event["ev"].asString();
+        if (kind == "reset" && event["line"].asUInt() == 1 && (perAttempt.empty() || perAttempt.back() != 0))
+            perAttempt.push_back(0); // the first edge of a reset pulse starts an attempt
+        else if (kind == "doorbell" && event["op"].asString() == "0x01" && !perAttempt.empty())
+            ++perAttempt.back();
+    }
+    EXPECT_EQ(perAttempt, (std::vector<size_t>{201, 201}));
+    EXPECT_TRUE(run.Events("cmd").empty()) << "the silent bootstrap took a command";
+}
+
 TEST(WakeUpRetryTest, StuckBusStaysStuckThroughInterfaceZeroForEveryAttempt)
 {
     const SSimRun run = RunProbe({"--board", "ZEBX", "--ident", "0x12", "--fault", "i2c-stuck"}, {"wakeup", "3"});

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 namespace
@@ -563,6 +564,18 @@ TEST(MicroCode, AbsentMicroCodeIsProbedTenRoundsThenReportedAsFive)
     const std::vector<SyslogLine> log = run.ToolLog();
     ASSERT_GE(log.size(), 5u);
     EXPECT_GE(log[4].timeUs - log[3].timeUs, 10'000'000u);
+    // The presence requests the board never took: exactly the ten rounds, each rung once.
+    size_t rung = 0;
+    size_t taken = 0;
+    std::istringstream lines(run.trace);
+    for (std::string line; std::getline(lines, line);)
+    {
+        if (line.find("\"op\":\"0x01\"") == std::string::npos)
+            continue;
+        rung += line.find("\"ev\":\"doorbell\"") != std::string::npos ? 1 : 0;
+        taken += line.find("\"ev\":\"cmd\"") != std::string::npos ? 1 : 0;
+    }
+    EXPECT_EQ(rung - taken, 10u) << "presence rounds the micro-code never answered";
 }
 
 } // namespace
