@@ -49,6 +49,21 @@ std::vector<std::string> Lines(const std::string& text)
     return lines;
 }
 
+// "<dd/mm/yyyy hh:mm:ss.mmm> ..." as "yyyymmddhhmmssmmm", which sorts in time order.
+std::string SortableStamp(const std::string& line)
+{
+    int day = 0, month = 0, year = 0, hours = 0, minutes = 0, seconds = 0, milliseconds = 0;
+    if (sscanf(line.c_str(), "<%2d/%2d/%4d %2d:%2d:%2d.%3d> ", &day, &month, &year, &hours, &minutes, &seconds,
+               &milliseconds) != 7)
+    {
+        return std::string();
+    }
+    char key[32];
+    snprintf(key, sizeof(key), "%04d%02d%02d%02d%02d%02d%03d", year, month, day, hours, minutes, seconds,
+             milliseconds);
+    return key;
+}
+
 class CRealTimeLogTest : public ::testing::Test
 {
 protected:
@@ -308,8 +323,13 @@ TEST_F(CRealTimeLogTest, LinesFromManyThreadsArriveWholeAndNoneIsLostOnceAccepte
     EXPECT_EQ(static_cast<int>(lines.size()), accepted.load());
     EXPECT_GE(accepted.load(), 1000);
     int lastSeen[4] = {-1, -1, -1, -1};
+    std::string lastStamp;
     for (const std::string& line : lines)
     {
+        // Read as a history: the time prefixes never go back, whichever caller wrote the line.
+        const std::string stamp = SortableStamp(line);
+        ASSERT_GE(stamp, lastStamp) << line;
+        lastStamp = stamp;
         int t = -1;
         int i = -1;
         char end[4] = {};

@@ -171,28 +171,26 @@ int CRealTimeLog::Enqueue(int withTime, const char* format, va_list args)
         return 0;
     }
     uint16_t index_U16 = 0;
+    bool wake_B = false;
     {
+        // Stamped and queued under one lock: the file's lines are in the order of their time
+        // prefixes, whichever callers race.
         CSectionGuard guard(mListLock_X);
         if (!mFree_X->Pop(&index_U16))
         {
             return 0;
         }
-    }
-    // The slot belongs to this caller until it is queued: format it without holding the lock.
-    char* slot = mSlots_U8 + index_U16 * SLOT_SIZE_U32;
-    int length = 0;
-    slot[0] = '\0';
-    if (withTime != 0)
-    {
-        length = MakeDateAndTimeStr(slot, SLOT_SIZE_U32);
-    }
-    if (length < static_cast<int>(SLOT_SIZE_U32) - 1)
-    {
-        vsnprintf(slot + length, SLOT_SIZE_U32 - length, format, args);
-    }
-    bool wake_B = false;
-    {
-        CSectionGuard guard(mListLock_X);
+        char* slot = mSlots_U8 + index_U16 * SLOT_SIZE_U32;
+        int length = 0;
+        slot[0] = '\0';
+        if (withTime != 0)
+        {
+            length = MakeDateAndTimeStr(slot, SLOT_SIZE_U32);
+        }
+        if (length < static_cast<int>(SLOT_SIZE_U32) - 1)
+        {
+            vsnprintf(slot + length, SLOT_SIZE_U32 - length, format, args);
+        }
         mPending_X->Push(index_U16);
         wake_B = mWriterWaiting_B;
         mWriterWaiting_B = false;
