@@ -4,6 +4,7 @@
 #include "ComramDriverApi.h"
 #include "DriverApiTypes.h"
 #include "KvDriverApi.h"
+#include "Permissions.h"
 #include "Q7KManagement.h"
 #include "Sarvik.h"
 
@@ -14,6 +15,10 @@
 #include <json/json.h>
 #include <string>
 #include <syslog.h>
+
+// The tool's own module initialises last: the privileges singleton it keeps here was created by
+// the driver handles' modules, before any handle could switch users.
+Orx::KrpcLinuxTools::Permissions* GL_pProcessPermissions_O = Orx::KrpcLinuxTools::Permissions::GetInstance();
 
 namespace
 {
