@@ -6,7 +6,10 @@ kind="$1"; shift
 dir="build/$kind"
 args=(-G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo)
 case "$kind" in
-    i386)   args+=(-DCMAKE_TOOLCHAIN_FILE=cmake/i386.cmake -DSARVIK_WERROR=ON) ;;
+    i386)
+        # The toolchain is read only when the tree is first configured.
+        [ -f "$dir/CMakeCache.txt" ] || args+=(-DCMAKE_TOOLCHAIN_FILE=cmake/i386.cmake)
+        args+=(-DSARVIK_WERROR=ON) ;;
     asan)   args+=(-DSARVIK_SANITIZE=address) ;;
     tsan)   args+=(-DSARVIK_SANITIZE=thread) ;;
     native) args+=(-DSARVIK_BENCH=ON) ;;
