@@ -5,6 +5,11 @@ cd "$(dirname "$0")/.."
 kind="$1"; shift
 dir="build/$kind"
 args=(-G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo)
+# A compiler cache, where the machine has one, makes rebuilds in several checkouts cheap.
+if command -v ccache >/dev/null; then
+    export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
+    args+=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
 case "$kind" in
     i386)
         # The toolchain is read only when the tree is first configured.
