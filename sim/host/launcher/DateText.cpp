@@ -12,6 +12,11 @@ extern char** environ;
 namespace simhost
 {
 
+namespace
+{
+constexpr long long kLatestSeconds = 9183110400LL; // 2262-01-01T00:00:00Z
+} // namespace
+
 bool DateText::toEpochNs(const std::string& text, int64_t* ns, std::string* error)
 {
     int pipeFds[2];
@@ -46,10 +51,17 @@ bool DateText::toEpochNs(const std::string& text, int64_t* ns, std::string* erro
     int status = 0;
     waitpid(pid, &status, 0);
     char* end = nullptr;
+    errno = 0;
     const long long seconds = std::strtoll(buffer, &end, 10);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || end == buffer)
     {
         *error = "date(1) cannot read this date";
+        return false;
+    }
+    // The clock counts nanoseconds in 64 bits from 1970 and a run needs room to go on.
+    if (errno == ERANGE || seconds < 0 || seconds >= kLatestSeconds)
+    {
+        *error = "out of range (1970-01-01 to 2261-12-31)";
         return false;
     }
     *ns = seconds * 1000000000LL;

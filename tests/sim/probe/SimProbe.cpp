@@ -167,10 +167,76 @@ int config()
     return 0;
 }
 
+const char* errnoName(int error)
+{
+    switch (error)
+    {
+    case EINVAL:
+        return "EINVAL";
+    case EACCES:
+        return "EACCES";
+    case EPERM:
+        return "EPERM";
+    case ENODEV:
+        return "ENODEV";
+    case EOPNOTSUPP:
+        return "EOPNOTSUPP";
+    default:
+        return std::strerror(error);
+    }
+}
+
+// mmap NODE OPEN PROT FLAGS LENGTH OFFSET [load|store|private AT]: maps as asked and prints the
+// answer; then reads or writes byte AT of the mapping (which may end the process), or with
+// `private` stores 0x5A there and prints what a shared mapping of the same page then reads.
+int mapRequest(int argc, char** argv)
+{
+    if (argc < 8)
+        return 2;
+    const std::string openMode = argv[3];
+    const int fd = open(argv[2], openMode == "ro" ? O_RDONLY : openMode == "wo" ? O_WRONLY : O_RDWR);
+    const std::string prot = argv[4];
+    const int protBits = (prot.find('r') != std::string::npos ? PROT_READ : 0) |
+                         (prot.find('w') != std::string::npos ? PROT_WRITE : 0);
+    const int flags = static_cast<int>(std::strtol(argv[5], nullptr, 0));
+    const size_t length = std::strtoul(argv[6], nullptr, 0);
+    const off_t offset = static_cast<off_t>(std::strtoul(argv[7], nullptr, 0));
+    void* area = mmap(nullptr, length, protBits, flags, fd, offset);
+    std::printf("mmap=%s\n", area == MAP_FAILED ? errnoName(errno) : "ok");
+    std::fflush(stdout);
+    if (area == MAP_FAILED || argc < 10)
+        return 0;
+    const std::string access = argv[8];
+    const size_t at = std::strtoul(argv[9], nullptr, 0);
+    auto* bytes = static_cast<volatile uint8_t*>(area);
+    if (access == "load")
+        std::printf("value=0x%02x\n", bytes[at]);
+    else
+        bytes[at] = 0x5A;
+    if (access == "private")
+    {
+        void* shared = mmap(nullptr, length, PROT_READ, MAP_SHARED, fd, offset);
+        std::printf("own=0x%02x board=0x%02x\n", bytes[at], static_cast<volatile uint8_t*>(shared)[at]);
+    }
+    return 0;
+}
+
+// ports: ioperm and iopl as the calling user, then both released.
+int portCalls()
+{
+    std::printf("ioperm=%s", ioperm(0x350, 2, 1) == 0 ? "0" : errnoName(errno));
+    std::printf(" iopl=%s", iopl(3) == 0 ? "0" : errnoName(errno));
+    std::printf(" empty=%s", ioperm(0x350, 0, 1) == 0 ? "0" : errnoName(errno));
+    std::printf(" beyond=%s", ioperm(0xFFFF, 2, 1) == 0 ? "0" : errnoName(errno));
+    std::printf(" release=%s\n", ioperm(0x350, 2, 0) == 0 ? "0" : errnoName(errno));
+    return 0;
+}
+
 int usage()
 {
     std::fprintf(stderr, "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
-                         " modprobe CMD | config | board | q7k | inb PORT | areabeyond\n");
+                         " modprobe CMD | config | board | q7k | inb PORT | areabeyond | mmap ... | ports |"
+                         " unknown | iostore\n");
     return 2;
 }
 
@@ -242,6 +308,24 @@ int main(int argc, char** argv)
         if (!openDriver(&d) || d.io == nullptr)
             return 1;
         std::printf("value=0x%02x\n", d.io[0x800]);
+        return 0;
+    }
+    if (mode == "mmap")
+        return mapRequest(argc, argv);
+    if (mode == "ports")
+        return portCalls();
+    Driver d;
+    if ((mode == "unknown" || mode == "iostore") && (!openDriver(&d) || d.io == nullptr))
+        return 1;
+    if (mode == "unknown")
+    {
+        // An x87 store of the control word: no access the product makes.
+        asm volatile("fnstcw (%0)" : : "r"(d.comram + 0x1000) : "memory");
+        return 0;
+    }
+    if (mode == "iostore")
+    {
+        d.io[0x351] = 0;
         return 0;
     }
     return usage();
