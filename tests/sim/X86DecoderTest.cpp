@@ -139,21 +139,22 @@ TEST_P(DecodeLoad, KnowsRegisterWidthAndLength)
 
 INSTANTIATE_TEST_SUITE_P(
     Encodings, DecodeLoad,
-    testing::Values(LoadCase{{0x0F, 0xB6, 0x02}, true, 0, 1, 4, false, 3},                 // movzx eax, byte [edx]
-                    LoadCase{{0x0F, 0xB6, 0x44, 0x24, 0x10}, true, 0, 1, 4, false, 5},     // movzx eax, [esp+0x10]
-                    LoadCase{{0x0F, 0xB6, 0x8A, 0x10, 0, 0, 0}, true, 1, 1, 4, false, 7}, // movzx ecx, [edx+0x10]
-                    LoadCase{{0x0F, 0xB6, 0x04, 0x0A}, true, 0, 1, 4, false, 4},           // movzx eax, [edx+ecx]
-                    LoadCase{{0x0F, 0xB6, 0x04, 0x25, 0, 0, 0, 0}, true, 0, 1, 4, false, 8}, // SIB, no base
-                    LoadCase{{0x0F, 0xB6, 0x05, 0, 0x10, 0, 0}, true, 0, 1, 4, false, 7},  // movzx eax, [disp32]
-                    LoadCase{{0x0F, 0xBE, 0x1A}, true, 3, 1, 4, true, 3},                  // movsx ebx, byte [edx]
-                    LoadCase{{0x0F, 0xB7, 0x32}, true, 6, 2, 4, false, 3},                 // movzx esi, word [edx]
-                    LoadCase{{0x0F, 0xBF, 0x3A}, true, 7, 2, 4, true, 3},                  // movsx edi, word [edx]
-                    LoadCase{{0x66, 0x0F, 0xB6, 0x02}, true, 0, 1, 2, false, 4},           // movzx ax, byte [edx]
-                    LoadCase{{0x8A, 0x62, 0x01}, true, 4, 1, 1, false, 3},                 // mov ah, [edx+1]
-                    LoadCase{{0x8B, 0x02}, true, 0, 4, 4, false, 2},                       // mov eax, [edx]
-                    LoadCase{{0x66, 0x8B, 0x0A}, true, 1, 2, 2, false, 3},                 // mov cx, [edx]
-                    LoadCase{{0x0F, 0xB6, 0xC2}, false, 0, 0, 0, false, 0},                // register operand
-                    LoadCase{{0x80, 0x3A, 0x80}, false, 0, 0, 0, false, 0},                // cmp byte [edx], 0x80
-                    LoadCase{{0x67, 0x8A, 0x07}, false, 0, 0, 0, false, 0},                // 16-bit addressing
-                    LoadCase{{0x88, 0x02}, false, 0, 0, 0, false, 0}));                    // a store
+    testing::Values(
+        LoadCase{{0x0F, 0xB6, 0x02}, true, 0, 1, 4, false, 3},                   // movzx eax, byte [edx]
+        LoadCase{{0x0F, 0xB6, 0x44, 0x24, 0x10}, true, 0, 1, 4, false, 5},       // movzx eax, [esp+0x10]
+        LoadCase{{0x0F, 0xB6, 0x8A, 0x10, 0, 0, 0}, true, 1, 1, 4, false, 7},    // movzx ecx, [edx+0x10]
+        LoadCase{{0x0F, 0xB6, 0x04, 0x0A}, true, 0, 1, 4, false, 4},             // movzx eax, [edx+ecx]
+        LoadCase{{0x0F, 0xB6, 0x04, 0x25, 0, 0, 0, 0}, true, 0, 1, 4, false, 8}, // SIB, no base
+        LoadCase{{0x0F, 0xB6, 0x05, 0, 0x10, 0, 0}, true, 0, 1, 4, false, 7},    // movzx eax, [disp32]
+        LoadCase{{0x0F, 0xBE, 0x1A}, true, 3, 1, 4, true, 3},                    // movsx ebx, byte [edx]
+        LoadCase{{0x0F, 0xB7, 0x32}, true, 6, 2, 4, false, 3},                   // movzx esi, word [edx]
+        LoadCase{{0x0F, 0xBF, 0x3A}, true, 7, 2, 4, true, 3},                    // movsx edi, word [edx]
+        LoadCase{{0x66, 0x0F, 0xB6, 0x02}, true, 0, 1, 2, false, 4},             // movzx ax, byte [edx]
+        LoadCase{{0x8A, 0x62, 0x01}, true, 4, 1, 1, false, 3},                   // mov ah, [edx+1]
+        LoadCase{{0x8B, 0x02}, true, 0, 4, 4, false, 2},                         // mov eax, [edx]
+        LoadCase{{0x66, 0x8B, 0x0A}, true, 1, 2, 2, false, 3},                   // mov cx, [edx]
+        LoadCase{{0x0F, 0xB6, 0xC2}, false, 0, 0, 0, false, 0},                  // register operand
+        LoadCase{{0x80, 0x3A, 0x80}, false, 0, 0, 0, false, 0},                  // cmp byte [edx], 0x80
+        LoadCase{{0x67, 0x8A, 0x07}, false, 0, 0, 0, false, 0},                  // 16-bit addressing
+        LoadCase{{0x88, 0x02}, false, 0, 0, 0, false, 0}));                      // a store
 } // namespace

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,7 +15,7 @@ namespace simhost
 
 namespace
 {
-constexpr long long kLatestSeconds = 9183110400LL; // 2262-01-01T00:00:00Z
+constexpr long long kLatestSeconds = 9214646400LL; // 2262-01-01T00:00:00Z
 } // namespace
 
 bool DateText::toEpochNs(const std::string& text, int64_t* ns, std::string* error)
@@ -29,6 +30,8 @@ bool DateText::toEpochNs(const std::string& text, int64_t* ns, std::string* erro
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
     posix_spawn_file_actions_addclose(&actions, pipeFds[0]);
+    // date(1)'s own complaint would come before the launcher's, which says the same.
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     const std::string dateArg = "--date=" + text;
     char* argv[] = {const_cast<char*>("date"), const_cast<char*>(dateArg.c_str()), const_cast<char*>("+%s"),
                     nullptr};

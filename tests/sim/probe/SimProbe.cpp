@@ -186,9 +186,9 @@ const char* errnoName(int error)
     }
 }
 
-// mmap NODE OPEN PROT FLAGS LENGTH OFFSET [load|store|private AT]: maps as asked and prints the
-// answer; then reads or writes byte AT of the mapping (which may end the process), or with
-// `private` stores 0x5A there and prints what a shared mapping of the same page then reads.
+// mmap NODE OPEN PROT FLAGS LENGTH OFFSET [load|store AT]: maps as asked and prints the answer;
+// then reads byte AT of the mapping, or stores 0x5A there and prints what the mapping and the
+// whole communication RAM then show at that place (either may end the process).
 int mapRequest(int argc, char** argv)
 {
     if (argc < 8)
@@ -206,18 +206,17 @@ int mapRequest(int argc, char** argv)
     std::fflush(stdout);
     if (area == MAP_FAILED || argc < 10)
         return 0;
-    const std::string access = argv[8];
     const size_t at = std::strtoul(argv[9], nullptr, 0);
     auto* bytes = static_cast<volatile uint8_t*>(area);
-    if (access == "load")
-        std::printf("value=0x%02x\n", bytes[at]);
-    else
-        bytes[at] = 0x5A;
-    if (access == "private")
+    if (std::string(argv[8]) == "load")
     {
-        void* shared = mmap(nullptr, length, PROT_READ, MAP_SHARED, fd, offset);
-        std::printf("own=0x%02x board=0x%02x\n", bytes[at], static_cast<volatile uint8_t*>(shared)[at]);
+        std::printf("value=0x%02x\n", bytes[at]);
+        return 0;
     }
+    bytes[at] = 0x5A;
+    const int whole = open("/dev/comram0", O_RDONLY);
+    auto* ram = static_cast<volatile uint8_t*>(mmap(nullptr, 0x8000, PROT_READ, MAP_SHARED, whole, 0x100000));
+    std::printf("own=0x%02x board=0x%02x\n", bytes[at], ram[offset - 0x100000 + at]);
     return 0;
 }
 
@@ -235,7 +234,7 @@ int portCalls()
 int usage()
 {
     std::fprintf(stderr, "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
-                         " modprobe CMD | config | board | q7k | inb PORT | areabeyond | mmap ... | ports |"
+                         " modprobe CMD | config | board | q7k | inb PORT | mmap ... | ports |"
                          " unknown | iostore\n");
     return 2;
 }
@@ -302,14 +301,6 @@ int main(int argc, char** argv)
         std::printf("value=0x%02x\n", inb(static_cast<unsigned short>(std::strtoul(arg, nullptr, 0))));
         return 0;
     }
-    if (mode == "areabeyond")
-    {
-        Driver d;
-        if (!openDriver(&d) || d.io == nullptr)
-            return 1;
-        std::printf("value=0x%02x\n", d.io[0x800]);
-        return 0;
-    }
     if (mode == "mmap")
         return mapRequest(argc, argv);
     if (mode == "ports")
@@ -320,7 +311,7 @@ int main(int argc, char** argv)
     if (mode == "unknown")
     {
         // An x87 store of the control word: no access the product makes.
-        asm volatile("fnstcw (%0)" : : "r"(d.comram + 0x1000) : "memory");
+        asm volatile("fnstcw (%0)" : : "a"(d.comram + 0x1000) : "memory");
         return 0;
     }
     if (mode == "iostore")
