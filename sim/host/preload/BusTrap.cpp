@@ -196,7 +196,7 @@ void leaveArea(Interposer& ip, ucontext_t* uc)
     MappedArea& area = *s.area;
     sim::SimServer& board = ip.board();
     const uint64_t now = ip.nowNs();
-    if (s.access.writes && !area.request.privateCopy)
+    if (s.access.writes)
     {
         for (uint32_t o = s.from; o < s.to; ++o)
             writeByte(board, area, o, area.alias[o], now);
