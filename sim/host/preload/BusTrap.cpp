@@ -94,10 +94,7 @@ bool copyPrivatePage(Interposer& ip, MappedArea& area, uint32_t offset)
     const uint32_t end = first + page < area.request.validLength ? first + page : area.request.validLength;
     for (uint32_t o = first; o < end; ++o)
         area.alias[o] = readByte(board, area, o, now);
-    if (mprotect(area.user + first, page, PROT_READ | PROT_WRITE) != 0)
-        return false;
-    area.copiedPages |= 1u << (first / page);
-    return true;
+    return mprotect(area.user + first, page, PROT_READ | PROT_WRITE) == 0;
 }
 
 // Puts a value read from the bus where the load instruction would have put it.

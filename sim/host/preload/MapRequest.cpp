@@ -70,7 +70,7 @@ int MapRequest::check(Device device, int openFlags, size_t length, int prot, int
         if (at < window.offset || at >= window.offset + areaBytes)
             continue;
         const uint64_t start = at - window.offset;
-        if (start + pages * page > areaBytes || pages > MappedAreas::kMaxPages)
+        if (start + pages * page > areaBytes)
             return EINVAL;
         request->kind = window.kind;
         request->base = static_cast<uint32_t>(start);

@@ -52,7 +52,6 @@ uint8_t* MappedAreas::create(const AreaRequest& request)
         area.user = user;
         area.alias = alias;
         area.request = request;
-        area.copiedPages = 0;
         return user;
     }
     if (user != nullptr)

@@ -39,15 +39,12 @@ struct MappedArea
     uint8_t* user = nullptr;
     uint8_t* alias = nullptr;
     AreaRequest request;
-    uint32_t copiedPages = 0; // private mappings: pages that are the process's own copy
 };
 
 class MappedAreas
 {
 public:
     static constexpr int kMaxAreas = 16;
-
-    static constexpr uint32_t kMaxPages = 32;
 
     // Null with errno set when the memory cannot be had.
     uint8_t* create(const AreaRequest& request);
