@@ -61,13 +61,13 @@ TEST(DriverHooks, APortNeverGrantedKillsTheProcessLikeTheMachine)
 
 struct MapCase
 {
-    const char* request; // sim-probe mmap NODE OPEN PROT FLAGS LENGTH OFFSET [load|store AT]
+    const char* request; // sim-probe mmap NODE OPEN PROT FLAGS LENGTH OFFSET [STEP ARG]...
     int status;
     const char* out;
 };
 
-// Every row is one mmap as the kernel and the communication RAM driver answer it: what they
-// refuse, with which errno, and what a mapping then lets the process reach.
+// Every row is one mmap (and mprotect) as the kernel and the communication RAM driver answer
+// it: what they refuse, with which errno, and what a mapping then lets the process reach.
 TEST(DriverHooks, MmapIsAnsweredAsTheKernelAndTheDriverDo)
 {
     const MapCase cases[] = {
@@ -88,6 +88,12 @@ TEST(DriverHooks, MmapIsAnsweredAsTheKernelAndTheDriverDo)
         {"/dev/comram0 ro rw 2 0x1000 0x101000 store 0x10", 0, "mmap=ok\nown=0x5a board=0x00\n"},
         {"/dev/comram0 rw r 1 0x1000 0x101000 store 0x10", 139, "mmap=ok\n"},
         {"/dev/comram0 rw - 1 0x1000 0x100000 load 0", 139, "mmap=ok\n"},
+        {"/dev/comram0 rw - 1 0x1000 0x101000 protect rw store 0x10", 0,
+         "mmap=ok\nmprotect=ok\nown=0x5a board=0x5a\n"},
+        {"/dev/comram0 rw rw 1 0x1000 0x101000 protect r store 0x10", 139, "mmap=ok\nmprotect=ok\n"},
+        {"/dev/comram0 ro r 1 0x1000 0x100000 protect rw", 0, "mmap=ok\nmprotect=EACCES\n"},
+        {"/dev/comram0 ro r 2 0x1000 0x101000 protect rw store 0x10", 0,
+         "mmap=ok\nmprotect=ok\nown=0x5a board=0x00\n"},
         {"/dev/comram0 rw rw 1 0x1000 0 load 0x3ff", 0, "mmap=ok\nvalue=0xff\n"},
         {"/dev/comram0 rw rw 1 0x1000 0 load 0x400", 139, "mmap=ok\n"},
     };

@@ -1,6 +1,7 @@
 #include "BusTrap.h"
 
 #include "Interposer.h"
+#include "RealCalls.h"
 #include "SimServer.h"
 #include "X86Decoder.h"
 
@@ -94,7 +95,7 @@ bool copyPrivatePage(Interposer& ip, MappedArea& area, uint32_t offset)
     const uint32_t end = first + page < area.request.validLength ? first + page : area.request.validLength;
     for (uint32_t o = first; o < end; ++o)
         area.alias[o] = readByte(board, area, o, now);
-    return mprotect(area.user + first, page, PROT_READ | PROT_WRITE) == 0;
+    return area.markCopied(first);
 }
 
 // Puts a value read from the bus where the load instruction would have put it.
@@ -142,7 +143,7 @@ bool enterArea(Interposer& ip, MappedArea& area, uint8_t* address, ucontext_t* u
 {
     const uint32_t offset = static_cast<uint32_t>(address - area.user);
     const AreaRequest& request = area.request;
-    if (offset >= request.validLength || !request.readable || (isWrite(uc) && !request.writable))
+    if (offset >= request.validLength || !area.readable(offset) || (isWrite(uc) && !area.writable(offset)))
         return false;
     Step& s = tStep;
     if (!s.active)
@@ -177,7 +178,8 @@ bool enterArea(Interposer& ip, MappedArea& area, uint8_t* address, ucontext_t* u
     else if (s.area != &area || s.pageCount == 4)
         return false;
     auto* page = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(address) & ~(pageSize() - 1));
-    if (mprotect(page, pageSize(), request.writable ? PROT_READ | PROT_WRITE : PROT_READ) != 0)
+    if (RealCalls::get().mprotect(page, pageSize(),
+                                  area.writable(offset) ? PROT_READ | PROT_WRITE : PROT_READ) != 0)
         return false;
     s.pages[s.pageCount++] = page;
     uc->uc_mcontext.gregs[REG_EFL] |= kTrapFlag;
@@ -188,7 +190,7 @@ void leaveArea(Interposer& ip, ucontext_t* uc)
 {
     Step& s = tStep;
     for (int i = 0; i < s.pageCount; ++i)
-        mprotect(s.pages[i], pageSize(), PROT_NONE);
+        RealCalls::get().mprotect(s.pages[i], pageSize(), PROT_NONE);
     uc->uc_mcontext.gregs[REG_EFL] &= ~kTrapFlag;
     MappedArea& area = *s.area;
     sim::SimServer& board = ip.board();

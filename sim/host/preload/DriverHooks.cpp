@@ -301,6 +301,16 @@ extern "C"
         return 0;
     }
 
+    int mprotect(void* address, size_t length, int prot) noexcept
+    {
+        Interposer* ip = runInterposer();
+        simhost::MappedArea* area = ip != nullptr ? ip->areas().find(address) : nullptr;
+        if (area == nullptr)
+            return RealCalls::get().mprotect(address, length, prot);
+        const int error = simhost::MappedAreas::protect(*area, address, length, prot);
+        return error == 0 ? 0 : fail(error);
+    }
+
     int ioperm(unsigned long from, unsigned long count, int on) noexcept
     {
         Interposer* ip = runInterposer();

@@ -76,9 +76,9 @@ int MapRequest::check(Device device, int openFlags, size_t length, int prot, int
         request->base = static_cast<uint32_t>(start);
         request->mapLength = static_cast<uint32_t>(pages * page);
         request->validLength = static_cast<uint32_t>(std::min<uint64_t>(pages * page, window.length - start));
-        request->readable = prot != PROT_NONE; // x86 pages that can be written or run can be read
-        request->writable = (prot & PROT_WRITE) != 0;
+        request->prot = prot & (PROT_READ | PROT_WRITE);
         request->privateCopy = (flags & kMapType) == MAP_PRIVATE;
+        request->mayWrite = request->privateCopy || (openFlags & O_ACCMODE) != O_RDONLY;
         return 0;
     }
     return EINVAL;

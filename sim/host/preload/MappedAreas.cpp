@@ -52,6 +52,9 @@ uint8_t* MappedAreas::create(const AreaRequest& request)
         area.user = user;
         area.alias = alias;
         area.request = request;
+        area.copiedPages = 0;
+        for (int& prot : area.pageProt)
+            prot = request.prot;
         return user;
     }
     if (user != nullptr)
@@ -77,6 +80,44 @@ bool MappedAreas::release(void* address, AreaKind* kind)
         return true;
     }
     return false;
+}
+
+int MappedAreas::protect(MappedArea& area, void* address, size_t length, int prot)
+{
+    const size_t page = guardLength();
+    const auto first = static_cast<size_t>(static_cast<uint8_t*>(address) - area.user);
+    if (first % page != 0)
+        return EINVAL;
+    const size_t end = (first + length + page - 1) / page * page;
+    if (end > area.request.mapLength)
+        return ENOMEM;
+    if ((prot & PROT_WRITE) != 0 && !area.request.mayWrite)
+        return EACCES;
+    for (size_t at = first; at < end; at += page)
+    {
+        area.pageProt[at / page] = prot;
+        // A copied page is plain memory: its protection is the real one.
+        if ((area.copiedPages & (1u << (at / page))) != 0)
+            RealCalls::get().mprotect(area.user + at, page, prot);
+    }
+    return 0;
+}
+
+bool MappedArea::readable(uint32_t offset) const
+{
+    return pageProt[offset / guardLength()] != PROT_NONE;
+}
+
+bool MappedArea::writable(uint32_t offset) const
+{
+    return (pageProt[offset / guardLength()] & PROT_WRITE) != 0;
+}
+
+bool MappedArea::markCopied(uint32_t offset)
+{
+    const size_t page = offset / guardLength();
+    copiedPages = static_cast<uint8_t>(copiedPages | (1u << page));
+    return RealCalls::get().mprotect(user + page * guardLength(), guardLength(), pageProt[page]) == 0;
 }
 
 MappedArea* MappedAreas::find(const void* address)

@@ -24,8 +24,8 @@ struct AreaRequest
     uint32_t base = 0;        // area offset of the mapping's first byte
     uint32_t mapLength = 0;   // whole pages
     uint32_t validLength = 0; // bytes the driver backs from base; beyond them the process faults
-    bool readable = true;
-    bool writable = true;
+    int prot = 0;             // PROT_READ, PROT_WRITE as mmap got them
+    bool mayWrite = false;    // mprotect may add PROT_WRITE: private, or shared on a writable descriptor
     // A private mapping sees the board until the process stores into a page; that page is then
     // the process's own copy, as the kernel's copy-on-write makes it.
     bool privateCopy = false;
@@ -39,6 +39,15 @@ struct MappedArea
     uint8_t* user = nullptr;
     uint8_t* alias = nullptr;
     AreaRequest request;
+    static constexpr int kMaxPages = 8; // the communication RAM's
+    int pageProt[kMaxPages] = {};
+    uint8_t copiedPages = 0; // private mapping: pages that are the process's own copy
+
+    // x86 pages that can be written can be read.
+    bool readable(uint32_t offset) const;
+    bool writable(uint32_t offset) const;
+    // Opens a private page for good once it holds the process's copy.
+    bool markCopied(uint32_t offset);
 };
 
 class MappedAreas
@@ -52,6 +61,8 @@ public:
     bool release(void* address, AreaKind* kind);
     // Safe in a signal handler.
     MappedArea* find(const void* address);
+    // mprotect(2) on an area: 0 or the errno the kernel answers.
+    static int protect(MappedArea& area, void* address, size_t length, int prot);
 
 private:
     MappedArea areas_[kMaxAreas];

@@ -186,37 +186,47 @@ const char* errnoName(int error)
     }
 }
 
-// mmap NODE OPEN PROT FLAGS LENGTH OFFSET [load|store AT]: maps as asked and prints the answer;
-// then reads byte AT of the mapping, or stores 0x5A there and prints what the mapping and the
-// whole communication RAM then show at that place (either may end the process).
+int protBits(const std::string& prot)
+{
+    return (prot.find('r') != std::string::npos ? PROT_READ : 0) |
+           (prot.find('w') != std::string::npos ? PROT_WRITE : 0);
+}
+
+// mmap NODE OPEN PROT FLAGS LENGTH OFFSET [STEP ARG]...: maps as asked and prints the answer,
+// then runs the steps: `protect PROT` (mprotect of the whole mapping), `load AT` (reads byte AT),
+// `store AT` (stores 0x5A there and prints what the mapping and the whole communication RAM
+// then show at that place). A step may end the process.
 int mapRequest(int argc, char** argv)
 {
     if (argc < 8)
         return 2;
     const std::string openMode = argv[3];
     const int fd = open(argv[2], openMode == "ro" ? O_RDONLY : openMode == "wo" ? O_WRONLY : O_RDWR);
-    const std::string prot = argv[4];
-    const int protBits = (prot.find('r') != std::string::npos ? PROT_READ : 0) |
-                         (prot.find('w') != std::string::npos ? PROT_WRITE : 0);
     const int flags = static_cast<int>(std::strtol(argv[5], nullptr, 0));
     const size_t length = std::strtoul(argv[6], nullptr, 0);
     const off_t offset = static_cast<off_t>(std::strtoul(argv[7], nullptr, 0));
-    void* area = mmap(nullptr, length, protBits, flags, fd, offset);
+    void* area = mmap(nullptr, length, protBits(argv[4]), flags, fd, offset);
     std::printf("mmap=%s\n", area == MAP_FAILED ? errnoName(errno) : "ok");
-    std::fflush(stdout);
-    if (area == MAP_FAILED || argc < 10)
-        return 0;
-    const size_t at = std::strtoul(argv[9], nullptr, 0);
     auto* bytes = static_cast<volatile uint8_t*>(area);
-    if (std::string(argv[8]) == "load")
+    for (int i = 8; area != MAP_FAILED && i + 1 < argc; i += 2)
     {
-        std::printf("value=0x%02x\n", bytes[at]);
-        return 0;
+        std::fflush(stdout);
+        const std::string step = argv[i];
+        const size_t at = std::strtoul(argv[i + 1], nullptr, 0);
+        if (step == "protect")
+            std::printf("mprotect=%s\n",
+                        mprotect(area, length, protBits(argv[i + 1])) == 0 ? "ok" : errnoName(errno));
+        else if (step == "load")
+            std::printf("value=0x%02x\n", bytes[at]);
+        else
+        {
+            bytes[at] = 0x5A;
+            const int whole = open("/dev/comram0", O_RDONLY);
+            auto* ram =
+                static_cast<volatile uint8_t*>(mmap(nullptr, 0x8000, PROT_READ, MAP_SHARED, whole, 0x100000));
+            std::printf("own=0x%02x board=0x%02x\n", bytes[at], ram[offset - 0x100000 + at]);
+        }
     }
-    bytes[at] = 0x5A;
-    const int whole = open("/dev/comram0", O_RDONLY);
-    auto* ram = static_cast<volatile uint8_t*>(mmap(nullptr, 0x8000, PROT_READ, MAP_SHARED, whole, 0x100000));
-    std::printf("own=0x%02x board=0x%02x\n", bytes[at], ram[offset - 0x100000 + at]);
     return 0;
 }
 
