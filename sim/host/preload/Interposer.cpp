@@ -2,7 +2,9 @@
 
 #include "TraceJson.h"
 #include "RealCalls.h"
+#include "PollCost.h"
 #include "SimServer.h"
+#include "TscTrap.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -11,6 +13,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace simhost
@@ -41,10 +44,37 @@ Interposer::Interposer()
         return;
     inRun_ = true;
     hostBoardType_ = static_cast<int>(config_.getInt("host_board", 1));
-    clock_ = VirtualClock(config_.getInt("mono_start_ns", VirtualClock::realNs(VirtualClock::kMonotonic)),
-                          config_.getInt("wall_start_ns", VirtualClock::realNs(VirtualClock::kRealtime)),
-                          config_.getDouble("speed", 1.0));
+    clock_ = VirtualClock::forRun(config_);
     trace_ = std::make_unique<TraceFile>(config_.get("trace"));
+    if (clock_.reproducible())
+        TscTrap::enable();
+}
+
+namespace
+{
+thread_local PollCost tCost;
+} // namespace
+
+void Interposer::chargeAccess(uint32_t where, uint32_t value, bool read)
+{
+    clock_.advance(tCost.boardAccess(where, value, read));
+}
+
+uint64_t Interposer::readTsc()
+{
+    const auto ticks = static_cast<uint64_t>(clock_.monotonicNow()) * (TscTrap::kHz / 1'000'000'000);
+    clock_.advance(tCost.tscRead());
+    return ticks;
+}
+
+void Interposer::waited()
+{
+    tCost.waited();
+}
+
+bool Interposer::mainThread()
+{
+    return syscall(SYS_gettid) == getpid();
 }
 
 sim::SimServer& Interposer::board()
