@@ -210,12 +210,7 @@ uint8_t Board::comramRead(uint32_t offset, uint64_t nowNs)
     if (traits_.resetLine && offset == CommandZone::kResetLine)
         return zone_.get(offset);
     if (!ramUsable())
-    {
-        // A late RAM counts the host's probes of the check word from the release of the reset.
-        if (ramLate() && fw_ != Firmware::Reset && offset == CommandZone::kWord4)
-            faults_.takeRamProbe();
         return 0xFF;
-    }
     const uint8_t value = zone_.get(offset);
     if (traits_.resetLine && faults_.ramCheckFails())
         return static_cast<uint8_t>(value | kStuckRamBit);
@@ -238,7 +233,12 @@ void Board::comramWrite(uint32_t offset, uint8_t value, uint64_t nowNs)
         TraceJson(nowNs, "doorbell").hex8("op", zone_.get(CommandZone::kOpcode)).emitTo(trace_);
     }
     if (!ramUsable())
+    {
+        // A late RAM counts the host's probes: each writes the check word, then reads it back.
+        if (ramLate() && fw_ != Firmware::Reset && offset == CommandZone::kWord4)
+            faults_.takeRamProbe();
         return;
+    }
     zone_.set(offset, value);
     if (offset == CommandZone::kDoorbell)
     {

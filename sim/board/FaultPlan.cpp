@@ -39,11 +39,11 @@ const FaultInfo kFaults[] = {
     {"power-cut", "N", 1, 1, "eeprom", "after N accepted page writes the EEPROM stops changing"},
     {"status-stuck", "0x80|0xFF", 1, 1, "firmware", "every status the board writes reads as 0x80 or 0xFF"},
     {"uart-stuck", "", 0, 0, "firmware", "the Q7K UART never sends: its FIFO never drains"},
-    {"ram-late", "N", 1, 1, "transient", "the RAM check passes only from the (N+1)th probe after a reset"},
+    {"ram-late", "N", 1, 1, "transient", "the RAM check fails the host's first N probes (counted across resets)"},
     {"bootstrap-late", "N", 1, 1, "transient", "the bootstrap leaves the first N presence queries unanswered"},
     {"write-busy", "N", 1, 1, "transient", "after each page write the EEPROM ignores N more transactions"},
     {"reply-corrupt", "N", 1, 1, "transient", "one seeded data bit flips in each of the next N I2C replies"},
-    {"checksum-corrupt", "N", 1, 1, "transient", "one seeded bit flips in each of the next N reply checksums"},
+    {"checksum-corrupt", "N", 1, 1, "transient", "one seeded bit flips in the checksum of each of the next N replies with data"},
     {"status-unsettled", "N", 1, 1, "transient",
      "the next N statuses read pending twice more after they are written"},
 };

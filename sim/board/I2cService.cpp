@@ -63,13 +63,15 @@ CommandResult I2cService::execute(uint64_t nowNs, bool microCode)
             line.str("corrupt", "data");
         for (size_t i = 0; i < in.size(); ++i)
             result.answer.emplace_back(CommandZone::kData + static_cast<uint32_t>(i), in[i]);
-        if (checked)
+        if (checked && !in.empty())
         {
             const uint32_t sent = faults_.corruptChecksum(replySum);
             if (sent != replySum)
                 line.str("corrupt", "checksum");
             CommandZone::putLe(&result.answer, CommandZone::kChecksum, sent, 4);
         }
+        else if (checked)
+            CommandZone::putLe(&result.answer, CommandZone::kChecksum, replySum, 4);
     }
     return done(status);
 }

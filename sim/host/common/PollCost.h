@@ -16,7 +16,7 @@ class PollCost
 public:
     static constexpr int64_t kAccessNs = 1'000;
     static constexpr int64_t kTscReadNs = 1'000;
-    static constexpr int64_t kMaxNs = 1'000'000;
+    static constexpr int64_t kMaxNs = 10'000'000;
 
     // `where` tells the place apart (area and offset), `value` is what a read found.
     int64_t boardAccess(uint32_t where, uint32_t value, bool read);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <x86intrin.h>
 #include <fcntl.h>
 #include <string>
 #include <sys/io.h>
@@ -201,9 +202,12 @@ int main(int argc, char** argv)
     {
         const int64_t before = monotonicMs();
         const time_t wallBefore = time(nullptr);
+        const uint64_t tscBefore = __rdtsc();
         sleepMs(std::atol(arg));
-        std::printf("virtual_ms=%lld wall_s=%lld\n", static_cast<long long>(monotonicMs() - before),
-                    static_cast<long long>(time(nullptr) - wallBefore));
+        const uint64_t tscTicks = __rdtsc() - tscBefore;
+        std::printf("virtual_ms=%lld wall_s=%lld tsc_ms=%llu\n", static_cast<long long>(monotonicMs() - before),
+                    static_cast<long long>(time(nullptr) - wallBefore),
+                    static_cast<unsigned long long>(tscTicks / 1000000));
         return 0;
     }
     if (mode == "date")
