@@ -109,6 +109,13 @@ void Board::advance(uint64_t nowNs)
         for (Awaited& a : awaited_)
             if (a.mailbox == pending_[done].mailbox)
                 a.answered = true;
+        // The answer's last write is its status: with the fault, the board is still writing it.
+        if (faults_.flickerReads() != 0 && !pending_[done].writes.empty())
+        {
+            flickerOffset_ = pending_[done].writes.back().first;
+            flickerLeft_ = faults_.flickerReads();
+            flickerPending_ = false;
+        }
         ++done;
     }
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(done));
@@ -211,7 +218,14 @@ uint8_t Board::comramRead(uint32_t offset, uint64_t nowNs)
         return zone_.get(offset);
     if (!ramUsable())
         return 0xFF;
-    const uint8_t value = zone_.get(offset);
+    uint8_t value = zone_.get(offset);
+    if (flickerLeft_ != 0 && offset == flickerOffset_)
+    {
+        if (flickerLeft_ != FaultPlan::kForever)
+            --flickerLeft_;
+        flickerPending_ = !flickerPending_;
+        value = flickerPending_ ? kPending : value;
+    }
     if (traits_.resetLine && faults_.ramCheckFails())
         return static_cast<uint8_t>(value | kStuckRamBit);
     return statusRead(offset, value, nowNs);
@@ -264,10 +278,10 @@ uint8_t Board::statusRead(uint32_t offset, uint8_t value, uint64_t nowNs)
     {
         if (offset != it->mailbox + 1)
             continue;
-        if (!it->answered || it->unsettledReads > 0)
+        if (!it->answered || it->unsettledReads > 0 || value == kPending)
         {
             ++it->pendingReads;
-            if (!it->answered)
+            if (!it->answered || it->unsettledReads == 0)
                 return value;
             --it->unsettledReads;
             return kPending;

@@ -98,6 +98,10 @@ private:
     std::vector<Pending> pending_;
     std::vector<Awaited> awaited_;
     bool resetSeen_ = false;
+    // The status byte last answered while it still flickers, and how many reads it has left.
+    uint32_t flickerOffset_ = 0;
+    uint32_t flickerLeft_ = 0;
+    bool flickerPending_ = false;
 };
 
 } // namespace sim

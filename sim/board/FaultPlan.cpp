@@ -46,6 +46,8 @@ const FaultInfo kFaults[] = {
     {"checksum-corrupt", "N", 1, 1, "transient", "one seeded bit flips in the checksum of each of the next N replies with data"},
     {"status-unsettled", "N", 1, 1, "transient",
      "the next N statuses read pending twice more after they are written"},
+    {"status-flicker", "N", 0, 1, "transient",
+     "an answered status reads alternately 0x80 and the answer for N reads (without N: for ever)"},
 };
 
 const FaultInfo* findFault(const std::string& name)
@@ -227,6 +229,8 @@ FaultPlan::FaultPlan(const std::vector<FaultRequest>& faults, uint64_t seed)
             checksumCorrupt_ += a[0];
         else if (f.name == "status-unsettled")
             unsettled_ += a[0];
+        else if (f.name == "status-flicker")
+            flickerReads_ = a.empty() ? kForever : a[0];
     }
 }
 

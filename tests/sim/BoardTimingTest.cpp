@@ -31,7 +31,7 @@ struct ToolRun
     }
 };
 
-ToolRun runTool(const Args& simArgs, const char* program = TOOL_PATH, const Args& programArgs = {})
+ToolRun runTool(const Args& simArgs, const char* program = SARVIK_TOOL_PATH, const Args& programArgs = {})
 {
     SimHarness h;
     Args args = {"--date", "2030-01-01T00:00:00", "--trace", h.path("trace"), "--syslog", h.path("syslog")};
