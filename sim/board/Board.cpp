@@ -18,10 +18,9 @@ constexpr uint8_t kStuckRamBit = 0x20;
 } // namespace
 
 Board::Board(const BoardConfig& config, uint8_t* eeprom, TraceSink* trace)
-    : config_(config), traits_(ModelTraits::of(config.model)), faults_(config.faults, config.seed), trace_(trace), bus_(config.i2cByteNs),
-      eeprom_(eeprom, config.eepromWriteCycleNs), cpu_(bus_),
-      i2c_(faults_, zone_, bus_, trace),
-      bootstrap_(config_, faults_, zone_, cpu_, i2c_),
+    : config_(config), traits_(ModelTraits::of(config.model)), faults_(config.faults, config.seed),
+      trace_(trace), bus_(config.i2cByteNs), eeprom_(eeprom, config.eepromWriteCycleNs), cpu_(bus_),
+      i2c_(faults_, zone_, bus_, trace), bootstrap_(config_, faults_, zone_, cpu_, i2c_),
       uart_(config.uartByteNs,
             [this](uint8_t byte, bool garbled, uint64_t t)
             {

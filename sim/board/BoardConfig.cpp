@@ -50,7 +50,8 @@ const Timing kTimings[] = {
     {"ram-ready", &BoardConfig::ramCheckDelayNs, "the RAM works this long after the reset line is released"},
     {"bootstrap-ready", &BoardConfig::bootstrapDelayNs, "the bootstrap runs this long after the RAM works"},
     {"bootstrap-cmd", &BoardConfig::bootstrapCommandNs, "a bootstrap command's execution time"},
-    {"ucode-cmd", &BoardConfig::ucodeCommandNs, "a micro-code command's execution time (I2C wire time apart)"},
+    {"ucode-cmd", &BoardConfig::ucodeCommandNs,
+     "a micro-code command's execution time (I2C wire time apart)"},
     {"i2c-byte", &BoardConfig::i2cByteNs, "I2C wire time of one byte"},
     {"eeprom-write", &BoardConfig::eepromWriteCycleNs, "the EEPROM's write cycle after a page write"},
     {"q7k-boot", &BoardConfig::q7kBootDelayNs, "the Q7K's micro-code starts this long after power-on"},
@@ -155,7 +156,8 @@ std::vector<std::string> timingNames()
     for (const Timing& timing : kTimings)
     {
         char head[64];
-        std::snprintf(head, sizeof head, "%s=%g", timing.name, static_cast<double>(defaults.*timing.field) / 1000);
+        std::snprintf(head, sizeof head, "%s=%g", timing.name,
+                      static_cast<double>(defaults.*timing.field) / 1000);
         std::string line = head;
         line.resize(line.size() < 30 ? 30 : line.size() + 1, ' ');
         lines.push_back(line + timing.description);

@@ -7,7 +7,8 @@ namespace sim
 
 Bootstrap::Bootstrap(const BoardConfig& config, FaultPlan& faults, const CommandZone& zone, ColdFireBus& cpu,
                      I2cService& i2c)
-    : config_(config), traits_(ModelTraits::of(config.model)), faults_(faults), zone_(zone), cpu_(cpu), i2c_(i2c)
+    : config_(config), traits_(ModelTraits::of(config.model)), faults_(faults), zone_(zone), cpu_(cpu),
+      i2c_(i2c)
 {
 }
 

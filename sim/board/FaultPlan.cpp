@@ -22,7 +22,8 @@ struct FaultInfo
 
 const FaultInfo kFaults[] = {
     {"reset-stuck", "", 0, 0, "firmware", "the board never leaves reset: the RAM check never passes"},
-    {"ram-check-fail", "", 0, 0, "firmware", "a data bit of the dual-port RAM is stuck: the check word never reads back"},
+    {"ram-check-fail", "", 0, 0, "firmware",
+     "a data bit of the dual-port RAM is stuck: the check word never reads back"},
     {"bootstrap-silent", "", 0, 0, "firmware", "the RAM works but the bootstrap never answers a command"},
     {"ident-fail", "STATUS", 1, 1, "firmware", "opcode 0x05 (identification) answers STATUS"},
     {"version-fail", "STATUS", 1, 1, "firmware", "opcode 0x03 (version) answers STATUS"},
@@ -39,11 +40,14 @@ const FaultInfo kFaults[] = {
     {"power-cut", "N", 1, 1, "eeprom", "after N accepted page writes the EEPROM stops changing"},
     {"status-stuck", "0x80|0xFF", 1, 1, "firmware", "every status the board writes reads as 0x80 or 0xFF"},
     {"uart-stuck", "", 0, 0, "firmware", "the Q7K UART never sends: its FIFO never drains"},
-    {"ram-late", "N", 1, 1, "transient", "the RAM check fails the host's first N probes (counted across resets)"},
-    {"bootstrap-late", "N", 1, 1, "transient", "the bootstrap leaves the first N presence queries unanswered"},
+    {"ram-late", "N", 1, 1, "transient",
+     "the RAM check fails the host's first N probes (counted across resets)"},
+    {"bootstrap-late", "N", 1, 1, "transient",
+     "the bootstrap leaves the first N presence queries unanswered"},
     {"write-busy", "N", 1, 1, "transient", "after each page write the EEPROM ignores N more transactions"},
     {"reply-corrupt", "N", 1, 1, "transient", "one seeded data bit flips in each of the next N I2C replies"},
-    {"checksum-corrupt", "N", 1, 1, "transient", "one seeded bit flips in the checksum of each of the next N replies with data"},
+    {"checksum-corrupt", "N", 1, 1, "transient",
+     "one seeded bit flips in the checksum of each of the next N replies with data"},
     {"status-unsettled", "N", 1, 1, "transient",
      "the next N statuses read pending twice more after they are written"},
     {"status-flicker", "N", 0, 1, "transient",
@@ -92,7 +96,8 @@ bool checkArgs(const FaultRequest& request, std::string* error)
             return fail("ADDR beyond the EEPROM");
         return isFailureStatus(a[1]) ? true : fail("STATUS must be a failure status (not 0, 0x80, 0xFF)");
     }
-    if (request.name == "bitflip" && (a[0] > FaultPlan::kOldCopy || (a.size() > 1 && (a[1] == 0 || a[1] > 64))))
+    if (request.name == "bitflip" &&
+        (a[0] > FaultPlan::kOldCopy || (a.size() > 1 && (a[1] == 0 || a[1] > 64))))
         return fail("COPY is 0, 1, 2 or old and N is 1 to 64");
     if (request.name == "status-stuck" && a[0] != 0x80 && a[0] != 0xFF)
         return fail("the stuck status is 0x80 or 0xFF");

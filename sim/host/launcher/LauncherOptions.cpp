@@ -33,12 +33,9 @@ std::vector<std::string> LauncherOptions::hostFaultNames()
 
 bool LauncherOptions::parse(int argc, char** argv, std::string* error)
 {
-    static const std::map<std::string, std::string> boardKeys = {{"--board", "board"},
-                                                                 {"--ident", "ident"},
-                                                                 {"--board-version", "version"},
-                                                                 {"--q7k-regs", "q7k-regs"},
-                                                                 {"--seed", "seed"},
-                                                                 {"--timing", "timing"}};
+    static const std::map<std::string, std::string> boardKeys = {
+        {"--board", "board"},       {"--ident", "ident"}, {"--board-version", "version"},
+        {"--q7k-regs", "q7k-regs"}, {"--seed", "seed"},   {"--timing", "timing"}};
     sim::BoardConfig check;
     int i = 1;
     for (; i < argc; ++i)
@@ -134,7 +131,9 @@ std::string LauncherOptions::usage()
         "usage: sarvik-sim [options] -- COMMAND [ARGS...]\n"
         "       sarvik-sim image make|show ...\n"
         "Runs COMMAND in a fresh simulated video server and exits with its status.\n"
-        "  --board " + sim::modelNames() + "   codec board model (Q5K)\n"
+        "  --board " +
+        sim::modelNames() +
+        "   codec board model (Q5K)\n"
         "  --ident BYTE, --board-version B1,B2, --q7k-regs R0,R1,R2,R3   board identity\n"
         "  --eeprom FILE       32768-byte EEPROM image, written back at the end (built-in sample unit)\n"
         "  --root DIR          persistent /mnt/APPS tree (a fresh one per run)\n"

@@ -103,7 +103,8 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
 
     RunConfig config;
     if (!VirtualClock::setUpRun(&config, path_, options.speed,
-                                options.dateGiven ? options.wallStartNs : VirtualClock::realNs(VirtualClock::kRealtime)))
+                                options.dateGiven ? options.wallStartNs
+                                                  : VirtualClock::realNs(VirtualClock::kRealtime)))
     {
         *error = failure("create", path_ + "/" + VirtualClock::kPageFile);
         return false;

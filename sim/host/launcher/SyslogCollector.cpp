@@ -132,7 +132,8 @@ bool SyslogCollector::receiveOne()
         }
     }
     if (clock_.reproducible())
-        message.pid = runPids_.emplace(message.pid, kFirstRunPid + static_cast<int>(runPids_.size())).first->second;
+        message.pid =
+            runPids_.emplace(message.pid, kFirstRunPid + static_cast<int>(runPids_.size())).first->second;
     if (out_ >= 0)
     {
         const std::string line = toJson(message, static_cast<uint64_t>(clock_.monotonicNow())) + "\n";

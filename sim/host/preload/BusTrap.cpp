@@ -51,7 +51,8 @@ uintptr_t pageSize()
 constexpr uint32_t kPortPlace = 0x80000000u;
 uint32_t place(const MappedArea& area, uint32_t offset)
 {
-    return area.request.kind == AreaKind::Comram ? area.request.base + offset : kPortPlace | (area.request.base + offset);
+    return area.request.kind == AreaKind::Comram ? area.request.base + offset
+                                                 : kPortPlace | (area.request.base + offset);
 }
 
 // `offset` counts from the mapping's first byte, which need not be the area's.

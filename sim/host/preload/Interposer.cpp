@@ -1,10 +1,10 @@
 #include "Interposer.h"
 
-#include "RealCalls.h"
 #include "PollCost.h"
+#include "RealCalls.h"
 #include "SimServer.h"
-#include "TscTrap.h"
 #include "TraceJson.h"
+#include "TscTrap.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -13,8 +13,8 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sys/mman.h>
-#include <sys/syscall.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace simhost

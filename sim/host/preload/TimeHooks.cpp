@@ -4,8 +4,8 @@
 #include "Interposer.h"
 
 #include <cerrno>
-#include <cstdarg>
 #include <climits>
+#include <cstdarg>
 #include <cstdint>
 #include <ctime>
 #include <dlfcn.h>
@@ -230,7 +230,8 @@ public:
     explicit SyslogStamp(int priority)
     {
         const VirtualClock* clock = virtualClock();
-        if (clock != nullptr && clock->page() != nullptr && (setlogmask(0) & LOG_MASK(LOG_PRI(priority))) != 0)
+        if (clock != nullptr && clock->page() != nullptr &&
+            (setlogmask(0) & LOG_MASK(LOG_PRI(priority))) != 0)
         {
             page_ = clock->page();
             before_ = page_->syslogStamped.load();

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <x86intrin.h>
 #include <fcntl.h>
 #include <string>
 #include <sys/io.h>
@@ -16,6 +15,7 @@
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
+#include <x86intrin.h>
 
 namespace
 {
@@ -280,7 +280,8 @@ int main(int argc, char** argv)
         const uint64_t tscBefore = __rdtsc();
         sleepMs(std::atol(arg));
         const uint64_t tscTicks = __rdtsc() - tscBefore;
-        std::printf("virtual_ms=%lld wall_s=%lld tsc_ms=%llu\n", static_cast<long long>(monotonicMs() - before),
+        std::printf("virtual_ms=%lld wall_s=%lld tsc_ms=%llu\n",
+                    static_cast<long long>(monotonicMs() - before),
                     static_cast<long long>(time(nullptr) - wallBefore),
                     static_cast<unsigned long long>(tscTicks / 1000000));
         return 0;
