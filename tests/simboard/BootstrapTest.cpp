@@ -14,14 +14,12 @@ TEST(Bootstrap, EachModelAnswersItsOwnOpcodes)
         uint16_t version;
         bool wakeupStep; // 0x90 answers 0x06 until 0x92 opened the I2C path, after every reset
         bool resetLine;
-    } rows[] = {
-        {"board=ZEBX", 0x2F24, 0x12, 0x1203, true, true},
-        {"board=Q5K", 0x0000, 0xB2, 0x1203, true, true},
-        {"board=Q5KP", 0x3024, 0xC5, 0x1203, false, true},
-        {"board=Q5KP-V", 0x0000, 0xC5, 0x120B, false, true},
-        {"ident=0x44 board=Q5K version=0x21,0x43", 0x0000, 0x44, 0x4321, true, true},
-        {"board=Q7K", 0x0000, -1, 0, false, false},
-    };
+    } rows[] = {{"board=ZEBX", 0x2F24, 0x12, 0x1203, true, true},
+                {"board=Q5K", 0x0000, 0xB2, 0x1203, true, true},
+                {"board=Q5KP", 0x3024, 0xC5, 0x1203, false, true},
+                {"board=Q5KP-V", 0x0000, 0xC5, 0x120B, false, true},
+                {"ident=0x44 board=Q5K version=0x21,0x43", 0x0000, 0x44, 0x4321, true, true},
+                {"board=Q7K", 0x0000, -1, 0, false, false}};
     for (const auto& row : rows)
     {
         SCOPED_TRACE(row.options);

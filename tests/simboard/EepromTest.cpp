@@ -18,8 +18,7 @@ TEST(Eeprom24C256, PagesWriteCyclesAndCountedFaults)
         {"fault=page-status=11072:0x05:2", "R2B40+40=5 R2B4A+4=5 R2B40+40=0"},
         {"fault=page-status=0x0120:0x05", "R0100+40=5 R0100+40=5 R0140+40=0"},
         // The write the power cut loses is still acknowledged.
-        {"fault=power-cut=1", "W4000+1=0 t10000 W4040+1=0 t10000 W4080+1=0 M4000=1 M4040=FF M4080=FF"},
-    };
+        {"fault=power-cut=1", "W4000+1=0 t10000 W4040+1=0 t10000 W4080+1=0 M4000=1 M4040=FF M4080=FF"}};
     for (const auto& [options, script] : rows)
     {
         MailboxDriver host(options);

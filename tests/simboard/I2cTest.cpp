@@ -18,16 +18,14 @@ TEST(I2cService, AnswersEachRequestAsTheBusAndTheEepromDo)
         int status;
         std::string reply;
         size_t at = 0; // where in the reply it is expected
-    } rows[] = {
-        {"serial", 0xA4, {0x01, 0x1D}, 9, true, 0, 0x00, "KV0012345"},
-        {"highest address bit ignored", 0xA4, {0x81, 0x1D}, 2, false, 0, 0x00, "KV"},
-        {"current address after an empty write", 0xA4, {}, 3, false, 0, 0x00, "001"},
-        {"read rolls over at the end", 0xA4, {0x7F, 0xFF}, 76, true, 0, 0x00, "ORX", 73},
-        {"wrong request checksum", 0xA4, {0x40, 0x00, 0x77}, 0, true, 1, 0x08, ""},
-        {"beyond the data area", 0xA4, {0, 0}, 0x1001, false, 0, 0x07, ""},
-        {"absent device", 0xB0, {0x00}, 0, false, 0, 0x02, ""},
-        {"the bootstrap's default device", 0xA2, {0x00}, 1, false, 0, 0x00, ""},
-    };
+    } rows[] = {{"serial", 0xA4, {0x01, 0x1D}, 9, true, 0, 0x00, "KV0012345"},
+                {"highest address bit ignored", 0xA4, {0x81, 0x1D}, 2, false, 0, 0x00, "KV"},
+                {"current address after an empty write", 0xA4, {}, 3, false, 0, 0x00, "001"},
+                {"read rolls over at the end", 0xA4, {0x7F, 0xFF}, 76, true, 0, 0x00, "ORX", 73},
+                {"wrong request checksum", 0xA4, {0x40, 0x00, 0x77}, 0, true, 1, 0x08, ""},
+                {"beyond the data area", 0xA4, {0, 0}, 0x1001, false, 0, 0x07, ""},
+                {"absent device", 0xB0, {0x00}, 0, false, 0, 0x02, ""},
+                {"the bootstrap's default device", 0xA2, {0x00}, 1, false, 0, 0x00, ""}};
     for (const auto& row : rows)
     {
         SCOPED_TRACE(row.name);
@@ -59,12 +57,10 @@ TEST(I2cBus, StuckBusIsFreedOnlyByTenPulsesOnTheGpioPin)
         uint32_t mailbox;   // the bus recovery's interface; 0 misses the pin registers
         bool pinHandedOver; // the recovery gives the pin to the port before pulsing it
         int after;
-    } rows[] = {
-        {"i2c-stuck", 0x2F24, true, 0x00},
-        {"i2c-stuck", 0x0000, true, 0x03},
-        {"i2c-stuck", 0x2F24, false, 0x03},
-        {"i2c-stuck-hard", 0x2F24, true, 0x03},
-    };
+    } rows[] = {{"i2c-stuck", 0x2F24, true, 0x00},
+                {"i2c-stuck", 0x0000, true, 0x03},
+                {"i2c-stuck", 0x2F24, false, 0x03},
+                {"i2c-stuck-hard", 0x2F24, true, 0x03}};
     for (const auto& row : rows)
         for (const char* seed : {"1", "2", "3", "4", "5", "6", "7", "8"})
         {

@@ -1,5 +1,6 @@
 #include "MailboxDriver.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -11,15 +12,13 @@ namespace simtest
 
 size_t RecordingSink::count(std::initializer_list<std::string> fragments) const
 {
-    size_t n = 0;
-    for (const std::string& line : lines)
-    {
-        bool all = true;
-        for (const std::string& f : fragments)
-            all = all && line.find(f) != std::string::npos;
-        n += all ? 1 : 0;
-    }
-    return n;
+    return std::count_if(lines.begin(), lines.end(),
+                         [&](const std::string& line)
+                         {
+                             return std::all_of(fragments.begin(), fragments.end(),
+                                                [&](const std::string& f)
+                                                { return line.find(f) != std::string::npos; });
+                         });
 }
 
 std::vector<std::string> words(const std::string& text)

@@ -62,19 +62,17 @@ TEST(PsuController, SwitchesTheMicroCodeOnlyOnAnEscapedThreefoldCommandAtTheRigh
         bool ucodeRuns;
         std::string event;
         size_t events;
-    } rows[] = {
-        {"", kOff, 0x32, true, false, "\"ev\":\"psu\",\"mask\":\"0x00\",\"state\":\"off\"", 1},
-        // Bytes before an escape, a wrong escape, a command whose copies disagree.
-        {"",
-         {0x20, 0x20, 0x20, 0x1B, 0x48, 0x20, 0x20, 0x20, 0x1B, 0x47, 0x20, 0x21, 0x20},
-         0x32,
-         true,
-         true,
-         "\"ev\":\"psu\",\"rejected\"",
-         8},
-        {"", kOff, 0x33, true, true, "\"ev\":\"psu\",\"rx\":\"garbled\"", 5},
-        {"fault=uart-stuck", kOff, 0x32, false, true, "\"ev\":\"psu\"", 0},
-    };
+    } rows[] = {{"", kOff, 0x32, true, false, "\"ev\":\"psu\",\"mask\":\"0x00\",\"state\":\"off\"", 1},
+                // Bytes before an escape, a wrong escape, a command whose copies disagree.
+                {"",
+                 {0x20, 0x20, 0x20, 0x1B, 0x48, 0x20, 0x20, 0x20, 0x1B, 0x47, 0x20, 0x21, 0x20},
+                 0x32,
+                 true,
+                 true,
+                 "\"ev\":\"psu\",\"rejected\"",
+                 8},
+                {"", kOff, 0x33, true, true, "\"ev\":\"psu\",\"rx\":\"garbled\"", 5},
+                {"fault=uart-stuck", kOff, 0x32, false, true, "\"ev\":\"psu\"", 0}};
     for (const auto& row : rows)
     {
         SCOPED_TRACE(row.event);

@@ -16,8 +16,7 @@ TEST(SimServer, BoardAnswersInExactVirtualTime)
         {"", "w0000=01 w0001=80 t10000 r0001=80"}, // no doorbell, no command
         {"", "p350=FF p351=FF"},                   // no register file on the I/O bus
         // The answered status reads pending twice more.
-        {"fault=status-unsettled=1", "c01 r0001=80 t1000 r0001=80 r0001=80 r0001=00 r0001=00"},
-    };
+        {"fault=status-unsettled=1", "c01 r0001=80 t1000 r0001=80 r0001=80 r0001=00 r0001=00"}};
     for (const auto& [options, script] : rows)
     {
         MailboxDriver host(options);
