@@ -1,4 +1,4 @@
-#include "CSarvikSandbox.h"
+#include "SimRun.h"
 
 #include <gtest/gtest.h>
 
@@ -127,13 +127,13 @@ std::vector<std::string> ThreadNames(pid_t pid)
 // Makes the switch log a full FIFO: the tool's "CRtLog" writer then blocks on its session line and
 // the tool stays alive in its exit path (the switch log is closed before the console is restored)
 // until the test reads the FIFO.
-int StallSwitchLog(const CSarvikSandbox& sandbox)
+int StallSwitchLog(const std::string& path)
 {
-    if (mkfifo(sandbox.SwitchLog().c_str(), 0666) != 0)
+    if (mkfifo(path.c_str(), 0666) != 0)
     {
         return -1;
     }
-    int fifo = open(sandbox.SwitchLog().c_str(), O_RDWR | O_NONBLOCK);
+    int fifo = open(path.c_str(), O_RDWR | O_NONBLOCK);
     const char chunk[256] = {};
     for (size_t step = sizeof(chunk); step > 0; step /= 2)
     {
@@ -167,15 +167,15 @@ std::string DrainUntilLine(int fifo)
 
 TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
 {
-    CSarvikSandbox sandbox;
+    CSimRun sim;
     SPty pty;
     ASSERT_GE(pty.slave, 0);
     const struct termios before = pty.Settings();
     ASSERT_FALSE(IsRaw(before));
-    const int fifo = StallSwitchLog(sandbox);
+    const int fifo = StallSwitchLog(sim.Root() + "/data/log/QXK_Switch.log");
     ASSERT_GE(fifo, 0);
 
-    const pid_t started = sandbox.Start(pty.slave, true);
+    const pid_t started = sim.Start({}, {CSimRun::S_Tool}, pty.slave, true);
     ASSERT_GT(started, 0);
     // A failed check must not leave the stalled tool behind.
     std::shared_ptr<void> reaper(nullptr,
@@ -214,10 +214,9 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
     EXPECT_TRUE(IsRaw(pty.Settings())) << "console restored before the switch log was closed";
 
     EXPECT_NE(DrainUntilLine(fifo).find("-------------- New Session --------------\r\n"), std::string::npos);
-    const SToolResult result = sandbox.Wait(started);
+    const SSimResult result = sim.Wait(started);
     close(fifo);
-    ASSERT_TRUE(WIFEXITED(result.status)) << "status " << result.status;
-    EXPECT_EQ(WEXITSTATUS(result.status), 0);
+    EXPECT_EQ(result.Status, 0);
     const struct termios after = pty.Settings();
     EXPECT_EQ(after.c_lflag, before.c_lflag);
     EXPECT_EQ(after.c_iflag, before.c_iflag);
@@ -227,17 +226,17 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
 
 TEST(StartUpConsole, StandardInputFromAFileChangesNothingAndReportsNothing)
 {
-    CSarvikSandbox sandbox;
-    const std::string input = sandbox.Apps() + "/keys.txt";
+    CSimRun sim;
+    const std::string input = sim.Path("keys.txt");
     std::ofstream(input) << "q\n";
     const int fd = open(input.c_str(), O_RDONLY);
     ASSERT_GE(fd, 0);
-    const SToolResult result = sandbox.Run(fd);
+    const SSimResult result = sim.Run({}, {CSimRun::S_Tool}, fd);
     close(fd);
-    ASSERT_TRUE(WIFEXITED(result.status));
-    EXPECT_EQ(WEXITSTATUS(result.status), 0);
-    EXPECT_EQ(result.err, "");
-    EXPECT_EQ(ReadFile(input), "q\n");
-    EXPECT_GT(FileSize(sandbox.SwitchLog()), 0) << "the start-up went on after the console step";
+    EXPECT_EQ(result.Status, 0);
+    EXPECT_EQ(result.Err, "");
+    EXPECT_EQ(CSimRun::ReadText(input), "q\n");
+    EXPECT_NE(CSimRun::ReadText(sim.Root() + "/data/log/QXK_Switch.log"), "")
+        << "the start-up went on after the console step";
 }
 } // namespace

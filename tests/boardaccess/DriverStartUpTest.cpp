@@ -1,0 +1,160 @@
+// Start-up of the driver handles on both host boards, module loading, and a machine without the
+// board's drivers.
+#include "SimRun.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+SSimResult Probe(const Args& options, const Args& ops)
+{
+    CSimRun sim;
+    Args args = {"toolbox"};
+    args.insert(args.end(), ops.begin(), ops.end());
+    SSimResult run = sim.Probe(options, args);
+    EXPECT_EQ(run.Status, 0) << run.Out << run.Err;
+    return run;
+}
+
+struct SModuleCase
+{
+    const char* Name;
+    Args Options;
+    const char* Comram; // the start-up's ComRAM status
+    Args Loads;         // modprobe and init ioctl, in order
+    LogLines DriverLog;
+};
+
+class ModuleLoadingTest : public testing::TestWithParam<SModuleCase>
+{
+};
+
+TEST_P(ModuleLoadingTest, LoadsWhatIsMissingOnceAndLogsUnderOneIdentity)
+{
+    const SModuleCase& c = GetParam();
+    const SSimResult run = Probe(c.Options, {});
+    EXPECT_EQ(run.Value("kv"), "1");
+    EXPECT_EQ(run.Value("interface"), "0");
+    EXPECT_EQ(run.Value("timecode"), "1");
+    EXPECT_EQ(run.Value("comramStatus"), c.Comram);
+    Args loads;
+    for (const Json::Value& event : run.Trace)
+    {
+        if (event["ev"] == "modprobe")
+        {
+            loads.push_back("modprobe " + event["module"].asString());
+            // The timecode driver is open when the ComRAM module loads: its shell must not inherit it.
+            EXPECT_EQ(event["driver_fds"].asInt(), 0);
+        }
+        else if (event["ev"] == "ioctl" && TraceNumber(event, "request") == 0x40046E10)
+        {
+            loads.push_back("init " + std::to_string(TraceNumber(event, "value")));
+        }
+    }
+    EXPECT_EQ(loads, c.Loads);
+    EXPECT_EQ(run.Log("GenlockDriverApi::GenlockDriverApi"), c.DriverLog);
+}
+
+const LogLines LOADED = {{4, "Enter In TimecodeDriverApi()"},
+                         {4, "Exit From TimecodeDriverApi()"},
+                         {4, "Enter In ComramDriverApi()"},
+                         {4, "Exit From ComramDriverApi()"}};
+
+INSTANTIATE_TEST_SUITE_P(
+    Hosts, ModuleLoadingTest,
+    testing::Values(
+        // Only a freshly loaded ComRAM driver gets its init ioctl.
+        SModuleCase{"MissingOnHostBoard0",
+                    {"--host-board", "0", "--modules-loaded", "no"},
+                    "0",
+                    {"modprobe drv_timecode", "modprobe drv_comram", "init 0"},
+                    {{4, "Enter In TimecodeDriverApi()"},
+                     {3, "In TimecodeDriverApi() - modprobe -s drv_timecode"},
+                     {4, "Exit From TimecodeDriverApi()"},
+                     {4, "Enter In ComramDriverApi()"},
+                     {3, "In ComramDriverApi() - modprobe -s drv_comram"},
+                     {4, "Exit From ComramDriverApi()"}}},
+        SModuleCase{"LoadedOnHostBoard0", {"--host-board", "0", "--modules-loaded", "yes"}, "0", {}, LOADED},
+        // Host board 1 loads nothing: a missing ComRAM node leaves its handle not open.
+        SModuleCase{"MissingOnHostBoard1", {"--host-board", "1", "--modules-loaded", "no"}, "9", {}, LOADED}),
+    [](const testing::TestParamInfo<SModuleCase>& info) { return std::string(info.param.Name); });
+
+struct SHostCase
+{
+    const char* Name;
+    const char* HostBoard;
+    const char* IoArea;
+};
+
+class HostBoardTest : public testing::TestWithParam<SHostCase>
+{
+};
+
+TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
+{
+    const SHostCase& host = GetParam();
+    const SSimResult run =
+        Probe({"--host-board", host.HostBoard, "--board", "Q7K", "--q7k-regs", "0xD7,0x11,0x22,0x33"},
+              {"q7kregs", "getters"});
+    EXPECT_EQ(run.Value("hostBoardType"), host.HostBoard);
+    EXPECT_EQ(run.Value("isaIo"), host.IoArea);
+    EXPECT_EQ(run.Value("comram"), "1");
+    EXPECT_EQ(run.Value("type"), "4");
+    EXPECT_EQ(run.Value("0.regs"), "0xD7,0x11,0x22,0x33");
+    size_t indexWrites = 0;
+    size_t dataReads = 0;
+    for (const Json::Value& event : run.Events("reg"))
+    {
+        indexWrites += TraceNumber(event, "port") == 0x351 && event["dir"] == "w";
+        dataReads += TraceNumber(event, "port") == 0x350;
+    }
+    EXPECT_GE(indexWrites, 4u);
+    EXPECT_GE(dataReads, 4u);
+    const std::vector<std::pair<const char*, const char*>> getters = {
+        {"1.nullHandle", "9"}, {"1.badIndex", "22"},  {"1.nullOut", "22"},   {"1.reopen", "24"},
+        {"1.close", "0"},      {"1.afterClose", "9"}, {"1.closeAgain", "24"}};
+    for (const auto& [key, value] : getters)
+    {
+        EXPECT_EQ(run.Value(key), value) << key;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Hosts, HostBoardTest,
+                         testing::Values(SHostCase{"PortsOnHostBoard0", "0", "0"},
+                                         SHostCase{"IoAreaOnHostBoard1", "1", "1"}),
+                         [](const testing::TestParamInfo<SHostCase>& info)
+                         { return std::string(info.param.Name); });
+
+TEST(NoDriversTest, EveryCallReportsAStatusAndNothingIsTouched)
+{
+    const SSimResult run =
+        Probe({"--fault", "no-drivers"}, {"wakeup", "3", "q7kregs", "exec", "0x01", "1000", "0", "0",
+                                          "bsread", "4", "0xF0000A44", "q7kcomram", "1"});
+    const std::vector<std::pair<const char*, const char*>> expected = {
+        {"kv", "0"},
+        {"interface", "9"},
+        {"comramStatus", "9"},
+        {"isaStatus", "9"},
+        {"comram", "0"},
+        {"isaIo", "0"},
+        // Type stays "not identified": register 0 reads as a floating bus.
+        {"type", "5"},
+        {"0.result", "1"},
+        {"1.regs", "0xFF,0xFF,0xFF,0xFF"},
+        {"2.result", "4294967295"},
+        {"3.result", "4294967295"},
+        {"3.value", "2779096485"}}; // nothing to copy from: 0xA5A5A5A5
+    for (const auto& [key, value] : expected)
+    {
+        EXPECT_EQ(run.Value(key), value) << key;
+    }
+}
+
+TEST(NoDriversTest, ReleaseBinaryPrintsNothingAndExitsZero)
+{
+    CSimRun sim;
+    const SSimResult run = sim.Tool({"--fault", "no-drivers"});
+    EXPECT_EQ(run.Status, 0);
+    EXPECT_EQ(run.Out, "");
+}
+} // namespace

@@ -1,0 +1,437 @@
+// sim-probe: a small i386 program that runs inside the simulated server and uses its devices
+// the way the tool does, raw or through the product's toolbox, printing what it observes as
+// key=value words.
+#include "CZebToolBox.h"
+#include "ComramDriverApi.h"
+#include "KvDriverApi.h"
+#include "Q7KComRAM.h"
+#include "Q7KManagement.h"
+#include "Q7KRegisters.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <memory>
+#include <string>
+#include <sys/io.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace
+{
+
+int64_t monotonicMs()
+{
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<int64_t>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+}
+
+void sleepMs(long ms)
+{
+    timespec ts{ms / 1000, (ms % 1000) * 1000000L};
+    nanosleep(&ts, nullptr);
+}
+
+bool exists(const char* path)
+{
+    return access(path, F_OK) == 0;
+}
+
+void printNodes()
+{
+    for (const char* node : {"/dev/comram0", "/dev/timecode0", "/dev/zq8_0"})
+        std::printf("%s=%s\n", node + 5, exists(node) ? "present" : "absent");
+}
+
+struct Driver
+{
+    int fd = -1;
+    uint32_t config[8] = {};
+    volatile uint8_t* comram = nullptr;
+    volatile uint8_t* io = nullptr;
+};
+
+bool openDriver(Driver* d)
+{
+    d->fd = open("/dev/comram0", O_RDWR);
+    if (d->fd < 0 || ioctl(d->fd, 0x80206E01, d->config) != 0)
+    {
+        std::printf("error=%s\n", std::strerror(errno));
+        return false;
+    }
+    void* ram = mmap(nullptr, d->config[2], PROT_READ | PROT_WRITE, MAP_SHARED, d->fd, d->config[1]);
+    if (ram == MAP_FAILED)
+    {
+        std::printf("error=mmap %s\n", std::strerror(errno));
+        return false;
+    }
+    d->comram = static_cast<volatile uint8_t*>(ram);
+    if (exists("/dev/zq8_0"))
+    {
+        ioperm(0x70, 2, 1);
+        void* io = mmap(nullptr, d->config[5], PROT_READ | PROT_WRITE, MAP_SHARED, d->fd, d->config[4]);
+        d->io = io == MAP_FAILED ? nullptr : static_cast<volatile uint8_t*>(io);
+    }
+    else
+        ioperm(d->config[4], d->config[5], 1);
+    return true;
+}
+
+// Posts one command through the command zone and waits for its status; -1 on a timeout.
+int command(volatile uint8_t* ram, uint8_t opcode, long timeoutMs)
+{
+    ram[0x0000] = opcode;
+    ram[0x0001] = 0x80;
+    ram[0x7FFF] = 1;
+    const int64_t start = monotonicMs();
+    while (ram[0x0001] == 0x80)
+    {
+        if (monotonicMs() - start > timeoutMs)
+            return -1;
+        sleepMs(1);
+    }
+    return ram[0x0001];
+}
+
+int board()
+{
+    Driver d;
+    if (!openDriver(&d))
+        return 1;
+    volatile uint8_t* ram = d.comram;
+    // RAM as bytes, words and double words, read back in every width.
+    ram[0x1000] = 0x5A;
+    *reinterpret_cast<volatile uint16_t*>(ram + 0x1002) = 0x1234;
+    *reinterpret_cast<volatile uint32_t*>(ram + 0x1004) = 0xCAFEF00D;
+    std::printf("ram8=0x%02x ram16=0x%04x ram32=0x%08x byte1005=0x%02x\n", ram[0x1000],
+                *reinterpret_cast<volatile uint16_t*>(ram + 0x1002),
+                *reinterpret_cast<volatile uint32_t*>(ram + 0x1004), ram[0x1005]);
+    // Loads into narrow registers keep the rest of the register, as on the processor.
+    uint32_t highByte = 0x11223344;
+    uint32_t lowWord = 0x11223344;
+    int32_t signedByte = 0;
+    const volatile uint8_t* at = ram + 0x1004; // 0x0D 0xF0 0xFE 0xCA
+    asm volatile("movb 1(%1), %%ah" : "+a"(highByte) : "r"(at) : "memory");
+    asm volatile("movw (%1), %w0" : "+r"(lowWord) : "r"(at) : "memory");
+    asm volatile("movsbl 1(%1), %0" : "=r"(signedByte) : "r"(at) : "memory");
+    std::printf("ah=0x%08x ax=0x%08x movsx=%d\n", highByte, lowWord, signedByte);
+    // Reset pulse, then wait for the dual-port RAM to hold what is written.
+    ram[0x7FFD] = 1;
+    ram[0x7FFD] = 0;
+    const int64_t start = monotonicMs();
+    int ramReady = 0;
+    while (!ramReady && monotonicMs() - start < 10000)
+    {
+        ram[0x2000] = 0xA5;
+        ramReady = ram[0x2000] == 0xA5;
+        if (!ramReady)
+            sleepMs(1);
+    }
+    std::printf("ram_ready=%d\n", ramReady);
+    std::printf("presence=%d\n", command(ram, 0x01, 20000));
+    const int identStatus = command(ram, 0x05, 20000);
+    std::printf("ident_status=%d ident=0x%02x\n", identStatus, ram[0x0004]);
+    return 0;
+}
+
+int q7kRegisters()
+{
+    Driver d;
+    if (!openDriver(&d))
+        return 1;
+    int viaArea = -1;
+    if (d.io != nullptr)
+    {
+        d.io[0x351] = 0;
+        viaArea = d.io[0x350];
+    }
+    ioperm(0x350, 2, 1);
+    outb(0, 0x351);
+    const int viaPorts = inb(0x350);
+    std::printf("area_reg0=0x%02x port_reg0=0x%02x\n", viaArea & 0xFF, viaPorts);
+    return 0;
+}
+
+int config()
+{
+    Driver d;
+    if (!openDriver(&d))
+        return 1;
+    for (int i = 0; i < 8; ++i)
+        std::printf("word%d=0x%x\n", i, d.config[i]);
+    uint32_t zero = 0;
+    std::printf("init=%d shutdown=%d bogus=%d\n", ioctl(d.fd, 0x40046E10, &zero),
+                ioctl(d.fd, 0x40046E12, &zero), ioctl(d.fd, 0x12345678, &zero));
+    const int timecode = open("/dev/timecode0", O_RDWR);
+    std::printf("timecode_init=%d\n", ioctl(timecode, 0x40046B10, &zero));
+    return 0;
+}
+
+int usage()
+{
+    std::fprintf(stderr,
+                 "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
+                 " modprobe CMD | config | board | q7k | inb PORT | areabeyond | toolbox [--type N] OP...\n");
+    return 2;
+}
+
+namespace Q7K = ORX::KV::Hardware::Q7KHelpers;
+
+uint32_t number(const char* text)
+{
+    return static_cast<uint32_t>(std::strtoul(text, nullptr, 0));
+}
+
+void put(const std::string& prefix, const char* key, long long value)
+{
+    std::printf("%s%s=%lld\n", prefix.c_str(), key, value);
+}
+
+void infos(CZebToolBox& toolBox, const std::string& prefix)
+{
+    SZebBoardInfos infos = {};
+    std::memset(&infos, 0xAA, sizeof(infos));
+    toolBox.GetBoardInfos(&infos);
+    put(prefix, "type", infos.BoardType);
+    put(prefix, "id", infos.BoardID);
+    put(prefix, "pcb", infos.PCBVersion);
+    put(prefix, "jumpers", infos.JumpersState);
+    put(prefix, "components", infos.ComponentsVersion);
+    put(prefix, "rbf", infos.RBFVersion);
+    std::printf("%sreserved=%02X%02X%02X\n", prefix.c_str(), infos.Reserved[0], infos.Reserved[1],
+                infos.Reserved[2]);
+}
+
+// The tool's start-up: driver handles, interface record, mappings, Q7K helper.
+void startUp()
+{
+    KvDriverApi* api = KvDriverApi::S_GetInstance(9);
+    std::memset(GL_PinguInterface_X, 0, sizeof(GL_PinguInterface_X));
+    put("", "kv", api != nullptr);
+    put("", "interface", KvDriverApi::S_GetKvDriverInterface(api, &GL_PinguInterface_X));
+    put("", "isaStatus",
+        ComramDriverApi::GetBaseIsaIoPointer(GL_PinguInterface_X[PINGU_COMRAM], 0, &GL_pBaseIsaIoAccess_U8));
+    put("", "isaIo", GL_pBaseIsaIoAccess_U8 != nullptr);
+    put("", "hostBoardType", KvDriverApi::S_KrpcBoardType(api));
+    _MMAP_COMRAM volatile* comram = nullptr;
+    put("", "comramStatus", ComramDriverApi::GetComramPointer(GL_PinguInterface_X[PINGU_COMRAM], 0, &comram));
+    put("", "comram", comram != nullptr);
+    put("", "timecode", GL_PinguInterface_X[PINGU_TIMECODE] != 0);
+    Q7K::Q7KManagement::InitQ7KHelper(GL_pBaseIsaIoAccess_U8, comram != nullptr ? comram->Byte_U8 : nullptr);
+}
+
+void getters(const std::string& prefix)
+{
+    ComramDriverApi* api = reinterpret_cast<ComramDriverApi*>(GL_PinguInterface_X[PINGU_COMRAM]);
+    _MMAP_COMRAM volatile* comram = nullptr;
+    volatile uint8_t* io = nullptr;
+    put(prefix, "nullHandle", ComramDriverApi::GetComramPointer(uintptr_t{0}, 0, &comram));
+    if (api == nullptr)
+        return;
+    COMRAM_OPENDEVICE openDevice = {};
+    COMRAM_CLOSEDEVICE closeDevice = {};
+    put(prefix, "badIndex", api->GetComramPointer(1, &comram));
+    put(prefix, "nullOut", api->GetBaseIsaIoPointer(0, nullptr));
+    put(prefix, "reopen", api->OpenDevice(0, &openDevice));
+    put(prefix, "close", api->CloseDevice(0, &closeDevice));
+    put(prefix, "afterClose", api->GetBaseIsaIoPointer(0, &io));
+    put(prefix, "closeAgain", api->CloseDevice(0, &closeDevice));
+}
+
+// toolbox [--type N] OP [ARGS]...: the start-up, the detected board, then each operation's
+// results as N.key (N counts the operations from 0), with N.ms its duration in virtual time.
+int toolbox(int argc, char** argv)
+{
+    int arg = 2;
+    SYS_CTL_BOARD_TYPE type = SYS_CTL_BOARD_TYPE_UNKNOWN;
+    if (arg + 1 < argc && std::strcmp(argv[arg], "--type") == 0)
+    {
+        type = static_cast<SYS_CTL_BOARD_TYPE>(number(argv[arg + 1]));
+        arg += 2;
+    }
+    startUp();
+    std::unique_ptr<CZebToolBox> box(new CZebToolBox(type));
+    infos(*box, "");
+    for (int index = 0; arg < argc; ++index)
+    {
+        const std::string op = argv[arg++];
+        const std::string prefix = std::to_string(index) + ".";
+        const auto next = [&]() -> uint32_t
+        {
+            if (arg >= argc)
+                std::exit(2);
+            return number(argv[arg++]);
+        };
+        const int64_t start = monotonicMs();
+        if (op == "wakeup")
+        {
+            put(prefix, "result", box->BoardWakeUp(next()));
+            infos(*box, prefix);
+        }
+        else if (op == "reset")
+            box->ResetPulse();
+        else if (op == "dpram")
+            put(prefix, "result", box->WaitDPRAMAvailable(next()));
+        else if (op == "bootstrap")
+            put(prefix, "result", box->WaitBootstrapAvailable(next()));
+        else if (op == "iface" || op == "exec")
+        {
+            const uint32_t opcode = op == "exec" ? next() : 0;
+            const uint32_t timeoutMs = op == "exec" ? next() : 0;
+            const uint32_t interface = next();
+            box->SetUCodeInterface(interface, static_cast<int32_t>(next()));
+            if (op == "exec")
+                put(prefix, "result", box->ExecuteUCodeCommand(static_cast<uint8_t>(opcode), timeoutMs));
+        }
+        else if (op == "i2c" || op == "i2c-nobuf")
+        {
+            const uint32_t writeCount = next();
+            const uint32_t readCount = next();
+            const bool buffers = op == "i2c";
+            std::string written(buffers ? (writeCount & 0xFFFF) : 0, '\0');
+            for (size_t i = 1; i < written.size(); ++i)
+                written[i] = static_cast<char>(i * 7 + 1);
+            std::string read(buffers ? (readCount & 0xFFFF) : 0, '\xEE');
+            put(prefix, "result",
+                box->I2CService(0xA0, writeCount, buffers ? reinterpret_cast<uint8_t*>(&written[0]) : nullptr,
+                                readCount, buffers ? reinterpret_cast<uint8_t*>(&read[0]) : nullptr));
+            std::printf("%sread=", prefix.c_str());
+            for (char byte : read)
+                std::printf("%02X", static_cast<uint8_t>(byte));
+            std::printf("\n");
+        }
+        else if (op == "i2creset")
+            put(prefix, "result", box->MCF547xI2CReset());
+        else if (op == "bsread")
+        {
+            const uint32_t width = next();
+            const uint32_t address = next();
+            uint32_t value = 0xA5A5A5A5;
+            uint16_t word = 0xA5A5;
+            uint8_t byte = 0xA5;
+            put(prefix, "result",
+                width == 1   ? box->BS_ReadByte(address, &byte)
+                : width == 2 ? box->BS_ReadShort(address, &word)
+                             : box->BS_ReadLong(address, &value));
+            put(prefix, "value", width == 1 ? byte : width == 2 ? word : value);
+        }
+        else if (op == "bswrite")
+        {
+            const uint32_t width = next();
+            const uint32_t address = next();
+            const uint32_t value = next();
+            put(prefix, "result",
+                width == 1   ? box->BS_WriteByte(address, static_cast<uint8_t>(value))
+                : width == 2 ? box->BS_WriteShort(address, static_cast<uint16_t>(value))
+                             : box->BS_WriteLong(address, value));
+        }
+        else if (op == "q7kregs")
+        {
+            const Q7K::Q7KRegisters<Q7K::IOBus::Q7KManagement> registers;
+            std::printf("%sregs=0x%02X,0x%02X,0x%02X,0x%02X\n", prefix.c_str(), registers.read(0),
+                        registers.read(1), registers.read(2), registers.read(3));
+        }
+        else if (op == "q7kcomram")
+            put(prefix, "value", Q7K::Q7KComRAM().read(next()));
+        else if (op == "getters")
+            getters(prefix);
+        else if (op == "release")
+        {
+            box.reset();
+            Q7K::Q7KManagement::ShutdownQ7KHelper();
+            KvDriverApi::S_ReleaseInstance(false);
+            put(prefix, "after", KvDriverApi::S_GetInstance(0) != nullptr);
+            return 0;
+        }
+        else
+            return usage();
+        put(prefix, "ms", monotonicMs() - start);
+    }
+    box.reset();
+    Q7K::Q7KManagement::ShutdownQ7KHelper();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2)
+        return usage();
+    const std::string mode = argv[1];
+    const char* arg = argc > 2 ? argv[2] : "0";
+    if (mode == "exit")
+    {
+        std::printf("out\n");
+        std::fprintf(stderr, "err\n");
+        return std::atoi(arg);
+    }
+    if (mode == "kill")
+        return raise(std::atoi(arg));
+    if (mode == "syslog" && argc > 3)
+    {
+        openlog(argv[2], 0, LOG_USER);
+        syslog(LOG_ERR, "%s", argv[3]);
+        closelog();
+        return 0;
+    }
+    if (mode == "sleep")
+    {
+        const int64_t before = monotonicMs();
+        const time_t wallBefore = time(nullptr);
+        sleepMs(std::atol(arg));
+        std::printf("virtual_ms=%lld wall_s=%lld\n", static_cast<long long>(monotonicMs() - before),
+                    static_cast<long long>(time(nullptr) - wallBefore));
+        return 0;
+    }
+    if (mode == "date")
+    {
+        const time_t now = time(nullptr);
+        tm local{};
+        localtime_r(&now, &local);
+        std::printf("year=%d time64=%d\n", local.tm_year + 1900, static_cast<int>(sizeof(time_t) == 8));
+        return 0;
+    }
+    if (mode == "nodes")
+    {
+        printNodes();
+        return 0;
+    }
+    if (mode == "modprobe")
+    {
+        std::printf("status=%d\n", WEXITSTATUS(std::system(arg)));
+        printNodes();
+        return 0;
+    }
+    if (mode == "config")
+        return config();
+    if (mode == "board")
+        return board();
+    if (mode == "q7k")
+        return q7kRegisters();
+    if (mode == "inb")
+    {
+        std::printf("value=0x%02x\n", inb(static_cast<unsigned short>(std::strtoul(arg, nullptr, 0))));
+        return 0;
+    }
+    if (mode == "toolbox")
+        return toolbox(argc, argv);
+    if (mode == "areabeyond")
+    {
+        Driver d;
+        if (!openDriver(&d) || d.io == nullptr)
+            return 1;
+        std::printf("value=0x%02x\n", d.io[0x800]);
+        return 0;
+    }
+    return usage();
+}
