@@ -129,26 +129,4 @@ TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
     EXPECT_EQ(results[6].Err, "");
 }
 
-TEST(Package, LeavesTheMachineAsItWas)
-{
-    // The sandboxed install writes into layers only: what dpkg knows of sarvik and the files the
-    // package brings are on the machine afterwards exactly as before.
-    CSimRun scratch;
-    const std::vector<std::string> query = {"dpkg-query", "-W", "-f", "${Status} ${Version}", "sarvik"};
-    const std::vector<std::string> files = {
-        "ls", "-l", "--time-style=full-iso", "/usr/sbin", "/usr/share/man/man8", "/var/lib/dpkg/info"};
-    const SSimResult queryBefore = scratch.Host(query);
-    const SSimResult filesBefore = scratch.Host(files);
-    std::vector<SSimResult> results;
-    std::string error;
-    ASSERT_TRUE(CInstallSandbox::Run(scratch, {{"dpkg", "-i", SARVIK_DEB_PATH}, query}, &results, &error))
-        << error;
-    ASSERT_EQ(results[0].Status, 0) << results[0].Err;
-    EXPECT_EQ(results[1].Out, "install ok installed " SARVIK_VERSION);
-    const SSimResult queryAfter = scratch.Host(query);
-    EXPECT_EQ(queryAfter.Out, queryBefore.Out);
-    EXPECT_EQ(queryAfter.Status, queryBefore.Status);
-    EXPECT_EQ(scratch.Host(files).Out, filesBefore.Out);
-}
-
 } // namespace

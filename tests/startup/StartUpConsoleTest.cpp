@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
@@ -63,65 +61,6 @@ template <typename Predicate> bool WaitFor(Predicate ready, std::chrono::millise
         std::this_thread::sleep_for(5ms);
     }
     return true;
-}
-
-std::string Comm(const std::string& path)
-{
-    std::string name;
-    std::ifstream in(path);
-    std::getline(in, name);
-    return name;
-}
-
-pid_t ParentOf(pid_t pid)
-{
-    std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
-    std::string stat((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    size_t close = stat.rfind(')');
-    return close == std::string::npos ? -1 : std::atoi(stat.c_str() + close + 4);
-}
-
-// The tool itself: the started process, or a descendant of it when a simulator runs in between.
-pid_t FindTool(pid_t started)
-{
-    DIR* proc = opendir("/proc");
-    pid_t found = -1;
-    for (struct dirent* entry; proc != nullptr && found < 0 && (entry = readdir(proc)) != nullptr;)
-    {
-        pid_t pid = std::atoi(entry->d_name);
-        if (pid <= 0 || Comm("/proc/" + std::to_string(pid) + "/comm") != "Sarvik")
-        {
-            continue;
-        }
-        for (pid_t up = pid; up > 1 && found < 0; up = ParentOf(up))
-        {
-            found = up == started ? pid : -1;
-        }
-    }
-    if (proc != nullptr)
-    {
-        closedir(proc);
-    }
-    return found;
-}
-
-std::vector<std::string> ThreadNames(pid_t pid)
-{
-    std::vector<std::string> names;
-    const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
-    DIR* dir = opendir(tasks.c_str());
-    for (struct dirent* entry; dir != nullptr && (entry = readdir(dir)) != nullptr;)
-    {
-        if (entry->d_name[0] != '.')
-        {
-            names.push_back(Comm(tasks + "/" + entry->d_name + "/comm"));
-        }
-    }
-    if (dir != nullptr)
-    {
-        closedir(dir);
-    }
-    return names;
 }
 
 // Makes the switch log a full FIFO: the tool's "CRtLog" writer then blocks on its session line and
@@ -183,21 +122,11 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
                                  {
                                      if (waitpid(started, nullptr, WNOHANG) == 0)
                                      {
-                                         kill(started, SIGKILL);
+                                         kill(started, SIGTERM);
                                          waitpid(started, nullptr, 0);
                                      }
                                  });
     ASSERT_TRUE(WaitFor([&] { return IsRaw(pty.Settings()); })) << "no echo, keys one by one, no SIGINT";
-    pid_t tool = -1;
-    ASSERT_TRUE(WaitFor([&] { return (tool = FindTool(started)) > 0; }));
-    // The console is set up before the switch log, so the writer may still be starting here.
-    EXPECT_TRUE(WaitFor(
-        [&]
-        {
-            const std::vector<std::string> threads = ThreadNames(tool);
-            return std::find(threads.begin(), threads.end(), "CRtLog") != threads.end();
-        }))
-        << "no CRtLog thread in the running tool";
 
     // A key is readable at once, without a newline, and is not echoed back.
     ASSERT_EQ(write(pty.master, "k", 1), 1);
