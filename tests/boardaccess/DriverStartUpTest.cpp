@@ -79,6 +79,32 @@ INSTANTIATE_TEST_SUITE_P(
         SModuleCase{"MissingOnHostBoard1", {"--host-board", "1", "--modules-loaded", "no"}, "9", {}, LOADED}),
     [](const testing::TestParamInfo<SModuleCase>& info) { return std::string(info.param.Name); });
 
+class ReleaseTest : public testing::TestWithParam<bool>
+{
+};
+
+// Released with its devices shut down, each driver gets its shutdown request and its module is
+// unloaded, ComRAM before timecode; released without, the modules stay.
+TEST_P(ReleaseTest, ShutsDownAndUnloadsOnlyWhenAsked)
+{
+    const bool shutdown = GetParam();
+    const SSimResult run = Probe({}, {"release", shutdown ? "1" : "0"});
+    EXPECT_EQ(run.Value("0.after"), "0");
+    Args steps;
+    for (const Json::Value& event : run.Trace)
+    {
+        if (event["ev"] == "rmmod")
+            steps.push_back("rmmod " + event["module"].asString() + " " + event["status"].asString());
+        else if (event["ev"] == "ioctl" && (TraceNumber(event, "request") & 0xFF) == 0x12)
+            steps.push_back(event["path"].asString() + " " + event["request"].asString());
+    }
+    const Args unloaded = {"/dev/comram0 0x40046E12", "rmmod drv_comram 0", "/dev/timecode0 0x40046B12",
+                           "rmmod drv_timecode 0"};
+    EXPECT_EQ(steps, shutdown ? unloaded : Args{});
+}
+
+INSTANTIATE_TEST_SUITE_P(Shutdown, ReleaseTest, testing::Bool());
+
 struct SHostCase
 {
     const char* Name;

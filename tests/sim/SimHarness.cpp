@@ -1,6 +1,9 @@
 #include "SimHarness.h"
 
+#include <fstream>
 #include <sstream>
+#include <stdexcept>
+#include <sys/stat.h>
 
 Args SimHarness::Prepend(const std::string& first, const Args& rest)
 {
@@ -22,6 +25,25 @@ SimRunResult SimHarness::probe(const Args& simArgs, const Args& probeArgs)
     args.push_back(S_Probe);
     args.insert(args.end(), probeArgs.begin(), probeArgs.end());
     return sim(args);
+}
+
+std::string SimHarness::shareWithUsers(const std::string& program)
+{
+    const std::string copy = path(program.substr(program.rfind('/') + 1));
+    std::ifstream in(program, std::ios::binary);
+    std::ofstream(copy, std::ios::binary) << in.rdbuf();
+    if (chmod(copy.c_str(), 0755) != 0)
+        throw std::runtime_error("chmod failed: " + copy);
+    return copy;
+}
+
+std::vector<std::string> SimHarness::words(const std::string& text)
+{
+    std::istringstream in(text);
+    std::vector<std::string> result;
+    for (std::string word; in >> word;)
+        result.push_back(word);
+    return result;
 }
 
 std::vector<std::string> SimHarness::lines(const std::string& text)

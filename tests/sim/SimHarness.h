@@ -1,5 +1,5 @@
 // The simulator's own tests run sarvik-sim through the suites' common harness; this keeps their
-// call sites: probe(simArgs, probeArgs), sim(args), path(), readFile(), lines(), value().
+// call sites.
 #pragma once
 
 #include "SimRun.h"
@@ -20,6 +20,9 @@ public:
     SimRunResult sim(const Args& args);
 
     std::string path(const std::string& name) const { return Path(name); }
+    // A copy of `program` in the scratch folder, which an ordinary user can reach and run.
+    std::string shareWithUsers(const std::string& program);
+    static std::vector<std::string> words(const std::string& text);
     static std::string readFile(const std::string& path) { return ReadText(path); }
     static std::vector<std::string> lines(const std::string& text);
     static std::string value(const std::string& output, const std::string& key);

@@ -348,7 +348,7 @@ int toolbox(int argc, char** argv)
         {
             box.reset();
             Q7K::Q7KManagement::ShutdownQ7KHelper();
-            KvDriverApi::S_ReleaseInstance(false);
+            KvDriverApi::S_ReleaseInstance(next() != 0);
             put(prefix, "after", KvDriverApi::S_GetInstance(0) != nullptr);
             return 0;
         }
