@@ -156,6 +156,10 @@ INSTANTIATE_TEST_SUITE_P(
                  {"--json"},
                  "",
                  ReadFailed("0xb")},
+        // A micro-code that refuses every EEPROM request leaves no record at all; one that never
+        // answers is taken for absent.
+        SRunCase{"MicroCodeRefuses", {}, {"--fault", "ucode-refuse"}, {}, "", ReadFailed("0xb")},
+        SRunCase{"MicroCodeNeverAnswers", {}, {"--fault", "ucode-timeout"}, {}, "", ReadFailed("0x5")},
         // Nothing accelerated: the tool's timer calibrates against real sleeps and its
         // busy-waits meet the board's real reset, bootstrap and power-up delays.
         SRunCase{"RealSpeed", UNIT, {"--speed", "1"}, {}, TEXT, Connected()}),
