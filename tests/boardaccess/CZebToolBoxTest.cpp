@@ -38,11 +38,6 @@ std::vector<uint32_t> Opcodes(const SSimResult& run)
     return opcodes;
 }
 
-std::string Name(const testing::TestParamInfo<const char*>& info)
-{
-    return info.param;
-}
-
 struct SModelCase
 {
     const char* Name;
@@ -137,29 +132,6 @@ TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
     EXPECT_TRUE(run.Events("reset").empty());
     EXPECT_GE(std::stoll(run.Value("0.ms")), 11500);
 }
-
-class Q7KDetectionTest : public testing::TestWithParam<const char*>
-{
-};
-
-// Register 0 decides; then registers 0 to 3 are read once each, in index order.
-TEST_P(Q7KDetectionTest, ReadsRegisterZeroThenRegistersZeroToThreeInOrder)
-{
-    const SSimResult run =
-        Probe({"--host-board", GetParam(), "--board", "Q7K", "--q7k-regs", "0xD1,0x02,0x34,0x05"}, {});
-    ASSERT_EQ(run.Value("type"), "4");
-    std::vector<uint32_t> dataReads;
-    for (const Json::Value& event : run.Events("reg"))
-    {
-        if (TraceNumber(event, "port") == 0x350 && event["dir"] == "r")
-        {
-            dataReads.push_back(TraceNumber(event, "index"));
-        }
-    }
-    EXPECT_EQ(dataReads, (std::vector<uint32_t>{0, 0, 1, 2, 3}));
-}
-
-INSTANTIATE_TEST_SUITE_P(HostBoard, Q7KDetectionTest, testing::Values("0", "1"), Name);
 
 struct SAttemptCase
 {

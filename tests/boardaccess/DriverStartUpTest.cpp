@@ -116,33 +116,28 @@ class HostBoardTest : public testing::TestWithParam<SHostCase>
 {
 };
 
+// Detection reads register 0, then registers 0 to 3 once each in index order; the register
+// helper reads them again, each after writing its index.
 TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
 {
     const SHostCase& host = GetParam();
-    const SSimResult run =
-        Probe({"--host-board", host.HostBoard, "--board", "Q7K", "--q7k-regs", "0xD7,0x11,0x22,0x33"},
-              {"q7kregs", "getters"});
+    const SSimResult run = Probe(
+        {"--host-board", host.HostBoard, "--board", "Q7K", "--q7k-regs", "0xD7,0x11,0x22,0x33"}, {"q7kregs"});
     EXPECT_EQ(run.Value("hostBoardType"), host.HostBoard);
     EXPECT_EQ(run.Value("isaIo"), host.IoArea);
     EXPECT_EQ(run.Value("comram"), "1");
     EXPECT_EQ(run.Value("type"), "4");
     EXPECT_EQ(run.Value("0.regs"), "0xD7,0x11,0x22,0x33");
+    std::vector<uint32_t> dataReads;
     size_t indexWrites = 0;
-    size_t dataReads = 0;
     for (const Json::Value& event : run.Events("reg"))
     {
         indexWrites += TraceNumber(event, "port") == 0x351 && event["dir"] == "w";
-        dataReads += TraceNumber(event, "port") == 0x350;
+        if (TraceNumber(event, "port") == 0x350 && event["dir"] == "r")
+            dataReads.push_back(TraceNumber(event, "index"));
     }
+    EXPECT_EQ(dataReads, (std::vector<uint32_t>{0, 0, 1, 2, 3, 0, 1, 2, 3}));
     EXPECT_GE(indexWrites, 4u);
-    EXPECT_GE(dataReads, 4u);
-    const std::vector<std::pair<const char*, const char*>> getters = {
-        {"1.nullHandle", "9"}, {"1.badIndex", "22"},  {"1.nullOut", "22"},   {"1.reopen", "24"},
-        {"1.close", "0"},      {"1.afterClose", "9"}, {"1.closeAgain", "24"}};
-    for (const auto& [key, value] : getters)
-    {
-        EXPECT_EQ(run.Value(key), value) << key;
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Hosts, HostBoardTest,

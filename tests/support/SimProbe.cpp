@@ -229,24 +229,6 @@ void startUp()
     Q7K::Q7KManagement::InitQ7KHelper(GL_pBaseIsaIoAccess_U8, comram != nullptr ? comram->Byte_U8 : nullptr);
 }
 
-void getters(const std::string& prefix)
-{
-    ComramDriverApi* api = reinterpret_cast<ComramDriverApi*>(GL_PinguInterface_X[PINGU_COMRAM]);
-    _MMAP_COMRAM volatile* comram = nullptr;
-    volatile uint8_t* io = nullptr;
-    put(prefix, "nullHandle", ComramDriverApi::GetComramPointer(uintptr_t{0}, 0, &comram));
-    if (api == nullptr)
-        return;
-    COMRAM_OPENDEVICE openDevice = {};
-    COMRAM_CLOSEDEVICE closeDevice = {};
-    put(prefix, "badIndex", api->GetComramPointer(1, &comram));
-    put(prefix, "nullOut", api->GetBaseIsaIoPointer(0, nullptr));
-    put(prefix, "reopen", api->OpenDevice(0, &openDevice));
-    put(prefix, "close", api->CloseDevice(0, &closeDevice));
-    put(prefix, "afterClose", api->GetBaseIsaIoPointer(0, &io));
-    put(prefix, "closeAgain", api->CloseDevice(0, &closeDevice));
-}
-
 // toolbox [--type N] OP [ARGS]...: the start-up, the detected board, then each operation's
 // results as N.key (N counts the operations from 0), with N.ms its duration in virtual time.
 int toolbox(int argc, char** argv)
@@ -337,13 +319,12 @@ int toolbox(int argc, char** argv)
         else if (op == "q7kregs")
         {
             const Q7K::Q7KRegisters<Q7K::IOBus::Q7KManagement> registers;
-            std::printf("%sregs=0x%02X,0x%02X,0x%02X,0x%02X\n", prefix.c_str(), registers.read(0),
-                        registers.read(1), registers.read(2), registers.read(3));
+            std::printf("%sregs=", prefix.c_str());
+            for (uint32_t index = 0; index < 4; ++index)
+                std::printf(index < 3 ? "0x%02X," : "0x%02X\n", registers.read(index));
         }
         else if (op == "q7kcomram")
             put(prefix, "value", Q7K::Q7KComRAM().read(next()));
-        else if (op == "getters")
-            getters(prefix);
         else if (op == "release")
         {
             box.reset();
