@@ -1,6 +1,7 @@
 // sim-probe: a small i386 program that runs inside the simulated server and uses its devices
 // the way the tool does, raw or through the product's toolbox, printing what it observes as
 // key=value words.
+#include "CEepromDataHandler.h"
 #include "CZebToolBox.h"
 #include "ComramDriverApi.h"
 #include "KvDriverApi.h"
@@ -290,6 +291,14 @@ int toolbox(int argc, char** argv)
             for (char byte : read)
                 std::printf("%02X", static_cast<uint8_t>(byte));
             std::printf("\n");
+        }
+        else if (op == "settings")
+        {
+            // The identity record read without repairs, busy pages retried or not.
+            CEepromDataHandler handler(nullptr);
+            handler.SetBusyRetry(next() != 0);
+            put(prefix, "result", handler.Read(false));
+            std::printf("%sserial=%s\n", prefix.c_str(), handler.GetSerialNumber());
         }
         else if (op == "i2creset")
             put(prefix, "result", box->MCF547xI2CReset());

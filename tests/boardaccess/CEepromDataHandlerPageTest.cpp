@@ -1,0 +1,56 @@
+// The identity record's page transfers against a page that answers with an error: which errors
+// are retried, how often, and the pause before a busy page is asked again.
+#include "SimRun.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+struct SPageCase
+{
+    const char* Name;
+    const char* Fault; // page-status of copy 0's first page: STATUS:COUNT
+    const char* BusyRetry;
+    const char* Speed;
+    size_t Transfers;   // of that page
+    const char* Result; // 512: copy 0 failed its checksum, copy 1 was read (no repair asked)
+    int64_t MinGapUs;   // between two transfers of the page
+};
+
+class PageRetryTest : public testing::TestWithParam<SPageCase>
+{
+};
+
+TEST_P(PageRetryTest, RetriesWhatItsRuleAllows)
+{
+    const SPageCase& c = GetParam();
+    CSimRun sim;
+    const SSimResult run =
+        sim.Probe({"--speed", c.Speed, "--fault", std::string("page-status=256:") + c.Fault},
+                  {"toolbox", "wakeup", "3", "settings", c.BusyRetry});
+    ASSERT_EQ(run.Value("0.result"), "0") << run.Out;
+    EXPECT_EQ(run.Value("1.result"), c.Result);
+    EXPECT_EQ(run.Value("1.serial"), "KV0012345");
+    std::vector<int64_t> times;
+    for (const Json::Value& event : run.Events("i2c"))
+    {
+        if (event["wr"] == 2 && event["mem"] == "0x0100")
+            times.push_back(event["t_us"].asInt64());
+    }
+    ASSERT_EQ(times.size(), c.Transfers);
+    for (size_t i = 1; i < times.size(); ++i)
+    {
+        EXPECT_GE(times[i] - times[i - 1], c.MinGapUs) << "transfer " << i;
+    }
+}
+
+// Real time: the pause is then not hidden behind the accelerated cost of the transfer itself.
+INSTANTIATE_TEST_SUITE_P(
+    Statuses, PageRetryTest,
+    testing::Values(SPageCase{"BusyAskedAgainAfter20ms", "3:2", "1", "1", 3, "0", 20000},
+                    SPageCase{"GarbledAskedAgainAfter20ms", "4:2", "1", "1", 3, "0", 20000},
+                    SPageCase{"ErrorAskedAgainAtOnce", "1:2", "1", "20", 3, "0", 0},
+                    SPageCase{"ErrorGivesUpAfterFiveTries", "1:15", "1", "20", 5, "512", 0},
+                    SPageCase{"BusyTakenAsReadWithoutRetry", "3:1", "0", "20", 1, "512", 0}),
+    [](const testing::TestParamInfo<SPageCase>& info) { return std::string(info.param.Name); });
+} // namespace
