@@ -329,4 +329,30 @@ TEST(I2CServiceTest, FailedTransferLeavesTheReadBufferAsItWas)
     EXPECT_NE(run.Value("0.result"), "0");
     EXPECT_EQ(run.Value("0.read"), "EEEEEEEE");
 }
+
+// Sleeps never run shorter than asked in the simulated server's time, so a wait cut short shows;
+// real time, so that the waits are not hidden behind the accelerated cost of the accesses.
+TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
+{
+    const SSimResult run =
+        Probe({"--board", "Q5K", "--speed", "1"}, {"reset", "exec", "0x01", "10", "0", "0"});
+    const std::vector<Json::Value> edges = run.Events("reset");
+    ASSERT_EQ(edges.size(), 4u);
+    for (size_t i = 0; i < edges.size(); ++i)
+    {
+        EXPECT_EQ(TraceNumber(edges[i], "line"), i % 2 == 0 ? 1u : 0u);
+        if (i > 0)
+            EXPECT_GE(edges[i]["t_us"].asInt64() - edges[i - 1]["t_us"].asInt64(), 10000) << "edge " << i;
+    }
+    ASSERT_FALSE(run.Events("doorbell").empty());
+    EXPECT_GE(run.Events("doorbell")[0]["t_us"].asInt64() - edges[3]["t_us"].asInt64(), 100000);
+}
+
+// A RAM that never holds the check word is given up after 10 s, not sooner.
+TEST(RamCheckTest, GivesUpAfterTenSeconds)
+{
+    const SSimResult run = Probe(Q5KFault("ram-check-fail"), {"reset", "dpram", "10"});
+    EXPECT_EQ(run.Value("1.result"), "0");
+    EXPECT_GE(std::stoll(run.Value("1.ms")), 10000);
+}
 } // namespace
