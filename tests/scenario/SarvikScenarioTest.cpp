@@ -337,14 +337,29 @@ TEST(BusyEeprom, UnacknowledgedTransfersArePolledUntilTheEepromAnswers)
     }
 }
 
-TEST(MicroCode, AbsentMicroCodeIsProbedTenRoundsThenReportedAsFive)
+struct SSilentCase
 {
+    const char* Name;
+    Args Options;
+    std::string Detected;
+    int Unanswered; // presence requests the board never took
+};
+
+class SilentMicroCode : public testing::TestWithParam<SSilentCase>
+{
+};
+
+// Ten presence rounds of 1000 one-millisecond polls lie between the two messages (virtual time
+// never runs shorter than the sleeps asked for), then the read reports 5.
+TEST_P(SilentMicroCode, IsPolledTenRoundsThenReportedAsFive)
+{
+    const SSilentCase& c = GetParam();
     CSimRun sim;
-    const SSimResult run = RunTool(sim, "", {"--fault", "ucode-absent"}, {"--json"});
+    const SSimResult run = RunTool(sim, "", c.Options, {"--json"});
     EXPECT_EQ(run.Out, "");
-    EXPECT_EQ(run.Log(), ReadFailed("0x5"));
-    // Ten presence rounds of 1000 one-millisecond polls lie between the two messages (virtual
-    // time never runs shorter than the sleeps asked for).
+    LogLines log = ReadFailed("0x5");
+    log[2].second = c.Detected;
+    EXPECT_EQ(run.Log(), log);
     std::vector<uint64_t> times;
     for (const Json::Value& line : run.Syslog)
     {
@@ -353,13 +368,22 @@ TEST(MicroCode, AbsentMicroCodeIsProbedTenRoundsThenReportedAsFive)
     }
     ASSERT_GE(times.size(), 5u);
     EXPECT_GE(times[4] - times[3], 10'000'000u);
-    // The presence requests the board never took: exactly the ten rounds, each rung once.
-    size_t unanswered = 0;
+    int unanswered = 0;
     for (const Json::Value& event : run.Trace)
     {
         if (event["op"] == "0x01")
             unanswered += event["ev"] == "doorbell" ? 1 : event["ev"] == "cmd" ? -1 : 0;
     }
-    EXPECT_EQ(unanswered, 10u) << "presence rounds the micro-code never answered";
+    EXPECT_EQ(unanswered, c.Unanswered);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Faults, SilentMicroCode,
+    testing::Values(SSilentCase{"Absent", {"--fault", "ucode-absent"}, "Detected Q5K  board", 10},
+                    // 0xFF is the micro-code's busy handshake, never a completion code.
+                    SSilentCase{"BusyForever",
+                                {"--board", "Q7K", "--fault", "status-stuck=0xFF"},
+                                "Detected Q7K board",
+                                0}),
+    [](const testing::TestParamInfo<SSilentCase>& info) { return std::string(info.param.Name); });
 } // namespace
