@@ -8,6 +8,7 @@
 #include "Q7KComRAM.h"
 #include "Q7KManagement.h"
 #include "Q7KRegisters.h"
+#include "keyDriver.h"
 
 #include <cerrno>
 #include <csignal>
@@ -291,6 +292,16 @@ int toolbox(int argc, char** argv)
             for (char byte : read)
                 std::printf("%02X", static_cast<uint8_t>(byte));
             std::printf("\n");
+        }
+        else if (op == "eewrite")
+        {
+            // One page of the identity EEPROM written through the mailbox.
+            keyDriver key;
+            unsigned char page[64];
+            for (unsigned i = 0; i < sizeof(page); ++i)
+                page[i] = static_cast<unsigned char>(i);
+            key.detect();
+            put(prefix, "result", key.EEPROMWrite(static_cast<unsigned short>(next()), sizeof(page), page));
         }
         else if (op == "settings")
         {

@@ -1,5 +1,6 @@
-// The identity record's page transfers against a page that answers with an error: which errors
-// are retried, how often, and the pause before a busy page is asked again.
+// Pages of the identity EEPROM: a page that answers with an error (which errors the record's
+// reader retries, how often, the pause before a busy page is asked again) and writes that meet
+// the EEPROM still busy.
 #include "SimRun.h"
 
 #include <gtest/gtest.h>
@@ -53,4 +54,48 @@ INSTANTIATE_TEST_SUITE_P(
                     SPageCase{"ErrorGivesUpAfterFiveTries", "1:15", "1", "20", 5, "512", 0},
                     SPageCase{"BusyTakenAsReadWithoutRetry", "3:1", "0", "20", 1, "512", 0}),
     [](const testing::TestParamInfo<SPageCase>& info) { return std::string(info.param.Name); });
+
+struct SWriteCase
+{
+    const char* Name;
+    const char* Busy; // transactions the EEPROM leaves unacknowledged
+    const char* Result;
+    Args Transfers; // to the identity EEPROM: bytes written and status
+};
+
+class EepromWriteTest : public testing::TestWithParam<SWriteCase>
+{
+};
+
+// A write that meets the EEPROM busy polls it with empty writes, ten at most, then writes again.
+TEST_P(EepromWriteTest, PollsABusyEepromThenWritesAgain)
+{
+    const SWriteCase& c = GetParam();
+    CSimRun sim;
+    const SSimResult run = sim.Probe({"--fault", std::string("eeprom-busy=") + c.Busy},
+                                     {"toolbox", "wakeup", "3", "eewrite", "192"});
+    EXPECT_EQ(run.Value("1.result"), c.Result);
+    Args transfers;
+    for (const Json::Value& event : run.Events("i2c"))
+    {
+        if (event["dev"] == "0xA4")
+            transfers.push_back(event["wr"].asString() + ":" + std::to_string(TraceNumber(event, "status")));
+    }
+    EXPECT_EQ(transfers, c.Transfers);
+}
+
+const Args TEN_POLLS(10, "0:2");
+
+INSTANTIATE_TEST_SUITE_P(
+    Busy, EepromWriteTest,
+    testing::Values(SWriteCase{"Idle", "0", "0", {"66:0"}},
+                    SWriteCase{"BusyThrice", "3", "0", {"66:2", "0:2", "0:2", "0:0", "66:0"}},
+                    SWriteCase{"BusyBeyondTenPolls", "11", "2",
+                               []
+                               {
+                                   Args transfers = {"66:2"};
+                                   transfers.insert(transfers.end(), TEN_POLLS.begin(), TEN_POLLS.end());
+                                   return transfers;
+                               }()}),
+    [](const testing::TestParamInfo<SWriteCase>& info) { return std::string(info.param.Name); });
 } // namespace
