@@ -1,21 +1,11 @@
 // Wake-up, identification, command protocol and I2C of the toolbox against the simulated board.
-#include "SimRun.h"
+#include "ToolboxRun.h"
 
 #include <gtest/gtest.h>
 
 namespace
 {
 const std::string TIMEOUT = "4294967295";
-
-SSimResult Probe(const Args& options, const Args& ops)
-{
-    CSimRun sim;
-    Args args = {"toolbox"};
-    args.insert(args.end(), ops.begin(), ops.end());
-    SSimResult run = sim.Probe(options, args);
-    EXPECT_EQ(run.Status, 0) << run.Out << run.Err;
-    return run;
-}
 
 // Times the reset line was asserted: each attempt's reset pulse asserts it twice.
 size_t ResetAsserts(const SSimResult& run)
@@ -54,7 +44,7 @@ class WakeUpModelTest : public testing::TestWithParam<SModelCase>
 TEST_P(WakeUpModelTest, IdentifiesTheModelAndFillsTheBoardInfos)
 {
     const SModelCase& model = GetParam();
-    const SSimResult run = Probe(model.Options, {"wakeup", "3"});
+    const SSimResult run = ToolboxRun(model.Options, {"wakeup", "3"});
     ASSERT_EQ(run.Value("0.result"), "0") << run.Out;
     const char* const keys[] = {"0.type", "0.pcb", "0.jumpers", "0.components"};
     for (size_t i = 0; i < 4; ++i)
@@ -113,7 +103,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
 {
-    const SSimResult run = Probe({"--board", "Q7K", "--q7k-regs", "0xD1,0x02,0x34,0x05"}, {"wakeup", "3"});
+    const SSimResult run =
+        ToolboxRun({"--board", "Q7K", "--q7k-regs", "0xD1,0x02,0x34,0x05"}, {"wakeup", "3"});
     const std::vector<std::pair<const char*, const char*>> detected = {
         {"type", "4"}, {"id", "209"}, {"pcb", "2"}, {"jumpers", "3"}, {"components", "4"}, {"rbf", "5"}};
     for (const auto& [key, value] : detected)
@@ -151,7 +142,7 @@ class WakeUpAttemptTest : public testing::TestWithParam<SAttemptCase>
 TEST_P(WakeUpAttemptTest, ReturnsItsCodeAfterTheAttemptsItsRuleAllows)
 {
     const SAttemptCase& c = GetParam();
-    const SSimResult run = Probe(c.Options, c.Ops);
+    const SSimResult run = ToolboxRun(c.Options, c.Ops);
     // The wake-up is the last operation: the first, or the second after an interface change.
     EXPECT_EQ(run.Value(std::to_string(c.Ops[0] == "iface") + ".result"), c.Result);
     EXPECT_EQ(ResetAsserts(run), 2 * c.Attempts);
@@ -198,7 +189,7 @@ INSTANTIATE_TEST_SUITE_P(
 // 100 ms pauses) before the attempt fails.
 TEST(WakeUpRetryTest, SilentBootstrapIsAskedTwoHundredAndOneTimesPerAttempt)
 {
-    const SSimResult run = Probe(Q5KFault("bootstrap-silent"), {"wakeup", "2"});
+    const SSimResult run = ToolboxRun(Q5KFault("bootstrap-silent"), {"wakeup", "2"});
     std::vector<size_t> perAttempt;
     for (const Json::Value& event : run.Trace)
     {
@@ -226,7 +217,7 @@ TEST_P(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
 {
     const SRecoveryCase& recovery = GetParam();
     const SSimResult run =
-        Probe({"--board", "Q5K"}, {"wakeup", "1", "iface", recovery.Interface, "0", "i2creset"});
+        ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "iface", recovery.Interface, "0", "i2creset"});
     ASSERT_EQ(run.Value("0.result"), "0");
     std::vector<Json::Value> steps;
     for (const Json::Value& event : run.Events("cmd"))
@@ -280,8 +271,9 @@ class StuckStatusTest : public testing::TestWithParam<const char*>
 
 TEST_P(StuckStatusTest, IsNeverTakenAndTheCommandTimesOut)
 {
-    const SSimResult run = Probe({"--board", "Q5K", "--fault", std::string("status-stuck=") + GetParam()},
-                                 {"reset", "dpram", "10", "exec", "0x01", "300", "0", "0"});
+    const SSimResult run =
+        ToolboxRun({"--board", "Q5K", "--fault", std::string("status-stuck=") + GetParam()},
+                   {"reset", "dpram", "10", "exec", "0x01", "300", "0", "0"});
     ASSERT_EQ(run.Value("1.result"), "1");
     EXPECT_EQ(run.Value("2.result"), TIMEOUT);
     EXPECT_GE(std::stoll(run.Value("2.ms")), 300);
@@ -294,8 +286,8 @@ INSTANTIATE_TEST_SUITE_P(Statuses, StuckStatusTest, testing::Values("0x80", "0xF
 TEST(CommandProtocolTest, EachInterfaceUsesItsOwnMailbox)
 {
     const SSimResult run =
-        Probe({"--board", "Q5K"}, {"wakeup", "1", "exec", "0x01", "1000", "1", "1", "exec", "0x01", "1000",
-                                   "2", "0", "exec", "0x01", "1000", "0", "0"});
+        ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "exec", "0x01", "1000", "1", "1", "exec", "0x01",
+                                        "1000", "2", "0", "exec", "0x01", "1000", "0", "0"});
     const std::vector<Json::Value> queries = run.Commands(0x01);
     ASSERT_GE(queries.size(), 3u);
     std::vector<uint32_t> mailboxes;
@@ -313,7 +305,7 @@ TEST(CommandProtocolTest, EachInterfaceUsesItsOwnMailbox)
 TEST(I2CServiceTest, EmptyAndOversizedCountsArePostedAsTheirLow16Bits)
 {
     const SSimResult run =
-        Probe({"--board", "Q5K"}, {"wakeup", "1", "i2c", "0", "0", "i2c-nobuf", "0x10002", "0x10003"});
+        ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "i2c", "0", "0", "i2c-nobuf", "0x10002", "0x10003"});
     const std::vector<Json::Value> transfers = run.Events("i2c");
     ASSERT_EQ(transfers.size(), 3u); // the wake-up's probe, then ours
     EXPECT_EQ(TraceNumber(transfers[1], "wr"), 0u);
@@ -325,7 +317,7 @@ TEST(I2CServiceTest, EmptyAndOversizedCountsArePostedAsTheirLow16Bits)
 
 TEST(I2CServiceTest, FailedTransferLeavesTheReadBufferAsItWas)
 {
-    const SSimResult run = Probe({"--board", "Q5K", "--fault", "i2c-stuck-hard"}, {"i2c", "2", "4"});
+    const SSimResult run = ToolboxRun({"--board", "Q5K", "--fault", "i2c-stuck-hard"}, {"i2c", "2", "4"});
     EXPECT_NE(run.Value("0.result"), "0");
     EXPECT_EQ(run.Value("0.read"), "EEEEEEEE");
 }
@@ -335,7 +327,7 @@ TEST(I2CServiceTest, FailedTransferLeavesTheReadBufferAsItWas)
 TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
 {
     const SSimResult run =
-        Probe({"--board", "Q5K", "--speed", "1"}, {"reset", "exec", "0x01", "10", "0", "0"});
+        ToolboxRun({"--board", "Q5K", "--speed", "1"}, {"reset", "exec", "0x01", "10", "0", "0"});
     const std::vector<Json::Value> edges = run.Events("reset");
     ASSERT_EQ(edges.size(), 4u);
     for (size_t i = 0; i < edges.size(); ++i)
@@ -351,7 +343,7 @@ TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
 // A RAM that never holds the check word is given up after 10 s, not sooner.
 TEST(RamCheckTest, GivesUpAfterTenSeconds)
 {
-    const SSimResult run = Probe(Q5KFault("ram-check-fail"), {"reset", "dpram", "10"});
+    const SSimResult run = ToolboxRun(Q5KFault("ram-check-fail"), {"reset", "dpram", "10"});
     EXPECT_EQ(run.Value("1.result"), "0");
     EXPECT_GE(std::stoll(run.Value("1.ms")), 10000);
 }

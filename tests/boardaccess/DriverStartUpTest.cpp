@@ -1,20 +1,11 @@
 // Start-up of the driver handles on both host boards, module loading, and a machine without the
 // board's drivers.
-#include "SimRun.h"
+#include "ToolboxRun.h"
 
 #include <gtest/gtest.h>
 
 namespace
 {
-SSimResult Probe(const Args& options, const Args& ops)
-{
-    CSimRun sim;
-    Args args = {"toolbox"};
-    args.insert(args.end(), ops.begin(), ops.end());
-    SSimResult run = sim.Probe(options, args);
-    EXPECT_EQ(run.Status, 0) << run.Out << run.Err;
-    return run;
-}
 
 struct SModuleCase
 {
@@ -32,7 +23,7 @@ class ModuleLoadingTest : public testing::TestWithParam<SModuleCase>
 TEST_P(ModuleLoadingTest, LoadsWhatIsMissingOnceAndLogsUnderOneIdentity)
 {
     const SModuleCase& c = GetParam();
-    const SSimResult run = Probe(c.Options, {});
+    const SSimResult run = ToolboxRun(c.Options, {});
     EXPECT_EQ(run.Value("kv"), "1");
     EXPECT_EQ(run.Value("interface"), "0");
     EXPECT_EQ(run.Value("timecode"), "1");
@@ -88,7 +79,7 @@ class ReleaseTest : public testing::TestWithParam<bool>
 TEST_P(ReleaseTest, ShutsDownAndUnloadsOnlyWhenAsked)
 {
     const bool shutdown = GetParam();
-    const SSimResult run = Probe({}, {"release", shutdown ? "1" : "0"});
+    const SSimResult run = ToolboxRun({}, {"release", shutdown ? "1" : "0"});
     EXPECT_EQ(run.Value("0.after"), "0");
     Args steps;
     for (const Json::Value& event : run.Trace)
@@ -121,7 +112,7 @@ class HostBoardTest : public testing::TestWithParam<SHostCase>
 TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
 {
     const SHostCase& host = GetParam();
-    const SSimResult run = Probe(
+    const SSimResult run = ToolboxRun(
         {"--host-board", host.HostBoard, "--board", "Q7K", "--q7k-regs", "0xD7,0x11,0x22,0x33"}, {"q7kregs"});
     EXPECT_EQ(run.Value("hostBoardType"), host.HostBoard);
     EXPECT_EQ(run.Value("isaIo"), host.IoArea);
@@ -149,8 +140,8 @@ INSTANTIATE_TEST_SUITE_P(Hosts, HostBoardTest,
 TEST(NoDriversTest, EveryCallReportsAStatusAndNothingIsTouched)
 {
     const SSimResult run =
-        Probe({"--fault", "no-drivers"}, {"wakeup", "3", "q7kregs", "exec", "0x01", "1000", "0", "0",
-                                          "bsread", "4", "0xF0000A44", "q7kcomram", "1"});
+        ToolboxRun({"--fault", "no-drivers"}, {"wakeup", "3", "q7kregs", "exec", "0x01", "1000", "0", "0",
+                                               "bsread", "4", "0xF0000A44", "q7kcomram", "1"});
     const std::vector<std::pair<const char*, const char*>> expected = {
         {"kv", "0"},
         {"interface", "9"},

@@ -1,7 +1,7 @@
 // Pages of the identity EEPROM: a page that answers with an error (which errors the record's
 // reader retries, how often, the pause before a busy page is asked again) and writes that meet
 // the EEPROM still busy.
-#include "SimRun.h"
+#include "ToolboxRun.h"
 
 #include <gtest/gtest.h>
 
@@ -25,10 +25,9 @@ class PageRetryTest : public testing::TestWithParam<SPageCase>
 TEST_P(PageRetryTest, RetriesWhatItsRuleAllows)
 {
     const SPageCase& c = GetParam();
-    CSimRun sim;
     const SSimResult run =
-        sim.Probe({"--speed", c.Speed, "--fault", std::string("page-status=256:") + c.Fault},
-                  {"toolbox", "wakeup", "3", "settings", c.BusyRetry});
+        ToolboxRun({"--speed", c.Speed, "--fault", std::string("page-status=256:") + c.Fault},
+                   {"wakeup", "3", "settings", c.BusyRetry});
     ASSERT_EQ(run.Value("0.result"), "0") << run.Out;
     EXPECT_EQ(run.Value("1.result"), c.Result);
     EXPECT_EQ(run.Value("1.serial"), "KV0012345");
@@ -71,9 +70,8 @@ class EepromWriteTest : public testing::TestWithParam<SWriteCase>
 TEST_P(EepromWriteTest, PollsABusyEepromThenWritesAgain)
 {
     const SWriteCase& c = GetParam();
-    CSimRun sim;
-    const SSimResult run = sim.Probe({"--fault", std::string("eeprom-busy=") + c.Busy},
-                                     {"toolbox", "wakeup", "3", "eewrite", "192"});
+    const SSimResult run =
+        ToolboxRun({"--fault", std::string("eeprom-busy=") + c.Busy}, {"wakeup", "3", "eewrite", "192"});
     EXPECT_EQ(run.Value("1.result"), c.Result);
     Args transfers;
     for (const Json::Value& event : run.Events("i2c"))

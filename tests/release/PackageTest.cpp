@@ -57,7 +57,7 @@ TEST(Package, ContainsTheToolItsManualPageAndTheReadme)
         {"./usr/share/doc/sarvik/README.md", "-rw-r--r-- root/root"},
         {"./usr/share/doc/sarvik/running-sarvik.md", "-rw-r--r-- root/root"},
         {"./usr/share/doc/sarvik/copyright", "-rw-r--r-- root/root"},
-        {"./usr/share/doc/sarvik/changelog.Debian.gz", "-rw-r--r-- root/root"},
+        {"./usr/share/doc/sarvik/changelog.gz", "-rw-r--r-- root/root"},
     };
     for (const ContentCase& c : cases)
     {
@@ -99,7 +99,7 @@ TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
          "Sarvik - print the serial number"},
         {"documentation",
          {"ls", "/usr/share/doc/sarvik"},
-         "README.md\nchangelog.Debian.gz\ncopyright\nrunning-sarvik.md\n",
+         "README.md\nchangelog.gz\ncopyright\nrunning-sarvik.md\n",
          nullptr},
     };
     std::vector<std::vector<std::string>> steps;

@@ -114,7 +114,7 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
     const int fifo = StallSwitchLog(sim.Root() + "/data/log/QXK_Switch.log");
     ASSERT_GE(fifo, 0);
 
-    const pid_t started = sim.Start({}, {CSimRun::S_Tool}, pty.slave, true);
+    const pid_t started = sim.Start({}, {CSimRun::S_Tool}, pty.slave, ETerminal::CONTROLLING);
     ASSERT_GT(started, 0);
     // A failed check must not leave the stalled tool behind.
     std::shared_ptr<void> reaper(nullptr,

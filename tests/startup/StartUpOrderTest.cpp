@@ -63,7 +63,7 @@ TEST(StartUpOrder, EffectsHappenInTheirGroupsOrderAndAreUndoneInReverse)
         sim.Start({},
                   {"strace", "-f", "-o", trace, "-e",
                    "trace=ioctl,rt_sigaction,umask,open,openat,close,exit_group", CSimRun::S_Tool},
-                  slave, true);
+                  slave, ETerminal::CONTROLLING);
     const SSimResult result = sim.Wait(pid);
     close(slave);
     close(master);

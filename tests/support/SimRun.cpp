@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
@@ -126,7 +127,7 @@ CSimRun::~CSimRun()
     nftw(mFolder.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
 }
 
-pid_t CSimRun::Spawn(const Args& argv, int stdinFd, bool controllingTerminal)
+pid_t CSimRun::Spawn(const Args& argv, int stdinFd, ETerminal terminal)
 {
     mStem = Path("run" + std::to_string(mRuns++));
     const pid_t pid = fork();
@@ -134,9 +135,33 @@ pid_t CSimRun::Spawn(const Args& argv, int stdinFd, bool controllingTerminal)
     {
         return pid;
     }
-    if (controllingTerminal && (setsid() < 0 || ioctl(stdinFd, TIOCSCTTY, 0) != 0))
+    if (terminal != ETerminal::NONE && (setsid() < 0 || ioctl(stdinFd, TIOCSCTTY, 0) != 0))
     {
         _exit(126);
+    }
+    if (terminal == ETerminal::BACKGROUND)
+    {
+        const pid_t job = fork();
+        if (job != 0)
+        {
+            setpgid(job, job); // as shells do, so that the job's group exists whichever runs first
+            int status = 0;
+            while (waitpid(job, &status, WUNTRACED) < 0 && errno == EINTR)
+            {
+            }
+            if (WIFSTOPPED(status))
+            {
+                // Brought to the foreground as `fg` would, so that the run ends and cleans up.
+                const int stop = WSTOPSIG(status);
+                signal(SIGTTOU, SIG_IGN);
+                tcsetpgrp(stdinFd, job);
+                kill(-job, SIGCONT);
+                waitpid(job, &status, 0);
+                _exit(STOPPED_BY_SIGNAL + stop);
+            }
+            _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 127);
+        }
+        setpgid(0, 0);
     }
     const int in = stdinFd >= 0 ? stdinFd : open("/dev/null", O_RDONLY);
     const int out = open((mStem + ".out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
@@ -157,7 +182,7 @@ pid_t CSimRun::Spawn(const Args& argv, int stdinFd, bool controllingTerminal)
     _exit(127);
 }
 
-pid_t CSimRun::Start(const Args& options, const Args& command, int stdinFd, bool controllingTerminal)
+pid_t CSimRun::Start(const Args& options, const Args& command, int stdinFd, ETerminal terminal)
 {
     Args argv = {S_Sim,
                  "--root",
@@ -173,7 +198,7 @@ pid_t CSimRun::Start(const Args& options, const Args& command, int stdinFd, bool
     argv.insert(argv.end(), options.begin(), options.end());
     argv.push_back("--");
     argv.insert(argv.end(), command.begin(), command.end());
-    return Spawn(argv, stdinFd, controllingTerminal);
+    return Spawn(argv, stdinFd, terminal);
 }
 
 SSimResult CSimRun::Wait(pid_t pid)
@@ -212,7 +237,7 @@ SSimResult CSimRun::Probe(const Args& options, const Args& probeArgs)
 
 SSimResult CSimRun::Host(const Args& argv)
 {
-    return Wait(Spawn(argv, -1, false));
+    return Wait(Spawn(argv, -1, ETerminal::NONE));
 }
 
 std::string CSimRun::Image(const Args& makeArgs)

@@ -33,9 +33,19 @@ struct SSimResult
 // A trace field as a number: hex text ("0x7F") or a JSON number; ~0u when absent.
 uint32_t TraceNumber(const Json::Value& event, const char* key);
 
+// How a started command meets the terminal given as its standard input.
+enum class ETerminal
+{
+    NONE,        // an ordinary descriptor
+    CONTROLLING, // the controlling terminal of the command's own session, the command in front
+    BACKGROUND   // as a shell runs `COMMAND &`: the session's foreground stays with the shell
+};
+
 class CSimRun
 {
 public:
+    // A background command that was stopped ends its run with this status + the signal.
+    static constexpr int STOPPED_BY_SIGNAL = 100;
     static const char* const S_Sim;   // sarvik-sim
     static const char* const S_Tool;  // the release binary
     static const char* const S_Probe; // sim-probe
@@ -56,8 +66,9 @@ public:
     SSimResult Run(const Args& options, const Args& command, int stdinFd = -1);
     SSimResult Tool(const Args& options, const Args& toolArgs = {});
     SSimResult Probe(const Args& options, const Args& probeArgs);
-    // As Run, without waiting; with controllingTerminal, stdinFd becomes the command's terminal.
-    pid_t Start(const Args& options, const Args& command, int stdinFd = -1, bool controllingTerminal = false);
+    // As Run, without waiting.
+    pid_t Start(const Args& options, const Args& command, int stdinFd = -1,
+                ETerminal terminal = ETerminal::NONE);
     SSimResult Wait(pid_t pid);
     // A program outside the simulated server (dpkg, cp...), never the tool or the probe.
     SSimResult Host(const Args& argv);
@@ -66,7 +77,7 @@ public:
     static std::vector<uint8_t> ReadBytes(const std::string& path);
 
 private:
-    pid_t Spawn(const Args& argv, int stdinFd, bool controllingTerminal);
+    pid_t Spawn(const Args& argv, int stdinFd, ETerminal terminal);
 
     std::string mFolder;
     std::string mStem;
