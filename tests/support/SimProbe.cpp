@@ -434,16 +434,6 @@ int toolbox(int argc, char** argv)
                              : box->BS_ReadLong(address, &value));
             put(prefix, "value", width == 1 ? byte : width == 2 ? word : value);
         }
-        else if (op == "bswrite")
-        {
-            const uint32_t width = next();
-            const uint32_t address = next();
-            const uint32_t value = next();
-            put(prefix, "result",
-                width == 1   ? box->BS_WriteByte(address, static_cast<uint8_t>(value))
-                : width == 2 ? box->BS_WriteShort(address, static_cast<uint16_t>(value))
-                             : box->BS_WriteLong(address, value));
-        }
         else if (op == "q7kregs")
         {
             const Q7K::Q7KRegisters<Q7K::IOBus::Q7KManagement> registers;
