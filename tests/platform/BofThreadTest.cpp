@@ -133,38 +133,6 @@ TEST(BofThread, SuspendedThreadStartsOnResumeWithItsCutNameAndSmallStack)
     releaser.join();
 }
 
-TEST(BofThread, ThreadCannotWaitForOrCloseItself)
-{
-    struct SelfContext
-    {
-        std::atomic<BOFTHREAD> handle{nullptr};
-        std::atomic<int> waitResult{0};
-        std::atomic<int> closeResult{0};
-        std::atomic<bool> done{false};
-    } self;
-    self.handle = Bof_CreateThread(
-        0,
-        [](void* context)
-        {
-            SelfContext* own = static_cast<SelfContext*>(context);
-            while (own->handle == nullptr)
-            {
-                std::this_thread::sleep_for(1ms);
-            }
-            own->waitResult = Bof_WaitForThreadEnd(own->handle);
-            own->closeResult = Bof_CloseThread(own->handle);
-            own->done = true;
-        },
-        &self, false);
-    while (!self.done)
-    {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_EQ(self.waitResult, -1);
-    EXPECT_EQ(self.closeResult, -1);
-    EXPECT_EQ(Bof_CloseThread(self.handle), 0);
-}
-
 TEST(BofThread, PriorityLevelsMapToWhatTheSystemApplies)
 {
     // SCHED_OTHER offers the single priority 0 on Linux: its levels all clamp to it.
