@@ -77,6 +77,8 @@ TEST(Permissions, IdentitySwitchesAsTheDeviceHandlesUseThem)
          "drop=1 root=1 ids=0/0/0 back=1 ids=1000/0/0 backKeep=1 ids=1000/1000/0 has=0"},
         {"set-user-ID root, dropped at once", 1000, 0, 0, true,
          "has=0 ids=1000/1000/0 restore=1 ids=1000/0/0"},
+        {"set-user-ID to another user", 1000, 2000, 2000, false,
+         "has=1 drop=1 has=0 ids=1000/1000/2000 restore=1 has=1 ids=1000/2000/2000"},
         {"ordinary user", 1000, 1000, 1000, false, "has=0 drop=0 root=0 ids=1000/1000/1000"},
     };
     for (const auto& row : rows)

@@ -106,6 +106,17 @@ private:
     std::mutex mMutex;
     std::deque<CSysLogMessage> mQueue;
 };
+// Puts `source` in slot 1 with `channel` (every channel for 350) linked to a new destination.
+CRecordingDestination& Attach(CQueueSource& source, unsigned channel)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CRecordingDestination& destination = NewDestination();
+    bool attached =
+        server.AddSource(&source) && server.AddDestination(&destination) &&
+        (channel < SYSLOG_NB_CHANNEL ? server.Link(1, channel, &destination) : server.Link(1, &destination));
+    EXPECT_TRUE(attached);
+    return destination;
+}
 } // namespace
 
 TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFiles)
@@ -340,10 +351,7 @@ TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCount
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     CQueueSource source;
-    CRecordingDestination& destination = NewDestination();
-    ASSERT_TRUE(server.AddSource(&source));
-    ASSERT_TRUE(server.AddDestination(&destination));
-    ASSERT_TRUE(server.Link(1, &destination));
+    CRecordingDestination& destination = Attach(source, SYSLOG_NB_CHANNEL);
     for (unsigned sequence = 0; sequence < 10; sequence++)
     {
         source.Push(300, sequence);
@@ -378,10 +386,7 @@ TEST(CSysLogServer, FlushDropsWhatItsDestinationIsNotReadyFor)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     CQueueSource source;
-    CRecordingDestination& destination = NewDestination();
-    ASSERT_TRUE(server.AddSource(&source));
-    ASSERT_TRUE(server.AddDestination(&destination));
-    ASSERT_TRUE(server.Link(1, 300, &destination));
+    CRecordingDestination& destination = Attach(source, 300);
     for (unsigned sequence = 0; sequence < 3; sequence++)
     {
         source.Push(300, sequence);
