@@ -56,6 +56,32 @@ else
     total_fail=$((total_fail + 1))
 fi
 
+# run_stage NAME COMMAND...: one more pass, or one more failure, in the total.
+run_stage() {
+    local name="$1"; shift
+    echo "=== $name"
+    if "$@"; then
+        total_pass=$((total_pass + 1))
+    else
+        echo "=== $name: FAILED"
+        status=1
+        total_fail=$((total_fail + 1))
+    fi
+}
+
+# The i386 formatter against the x86_64 one (ASan build) on the same values and the fuzz corpus
+# that the run above left: the i386 floating-point unit must not change a single digit.
+run_stage "differential: formatter, i386 against x86_64" bash tools/formatdiff.sh \
+    build/i386/tests/fuzz/FormatReplay build/asan/tests/fuzz/FormatReplay build/fuzz/corpus/FormatFuzz
+
+# The Debian package as it ships: lintian finds no error and no warning in it.
+lint_package() {
+    cpack --config build/i386/CPackConfig.cmake -B build/lintian > build/lintian.log 2>&1 &&
+        lintian --fail-on error,warning build/lintian/sarvik_*_i386.deb &&
+        echo "lintian: $(basename build/lintian/sarvik_*_i386.deb) clean"
+}
+run_stage "lintian: Debian package" lint_package
+
 echo "=== summary (i386, asan, tsan, fuzz)"
 echo "total: ${total_pass} passed, ${total_fail} failed"
 exit $status

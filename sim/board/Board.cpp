@@ -104,6 +104,13 @@ void Board::advance(uint64_t nowNs)
     {
         for (const auto& w : pending_[done].writes)
             zone_.set(w.first, w.second);
+        // The answer's last write is its status: with the fault, the board is still writing it.
+        if (faults_.flickerReads() != 0 && !pending_[done].writes.empty())
+        {
+            flickerOffset_ = pending_[done].writes.back().first;
+            flickerLeft_ = faults_.flickerReads();
+            flickerPending_ = false;
+        }
         ++done;
     }
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(done));
@@ -199,7 +206,14 @@ uint8_t Board::comramRead(uint32_t offset, uint64_t nowNs)
         return zone_.get(offset);
     if (!ramUsable())
         return 0xFF;
-    const uint8_t value = zone_.get(offset);
+    uint8_t value = zone_.get(offset);
+    if (flickerLeft_ != 0 && offset == flickerOffset_)
+    {
+        if (flickerLeft_ != FaultPlan::kForever)
+            --flickerLeft_;
+        flickerPending_ = !flickerPending_;
+        value = flickerPending_ ? kPending : value;
+    }
     return (!q7k() && faults_.ramCheckFails()) ? static_cast<uint8_t>(value | kStuckRamBit) : value;
 }
 

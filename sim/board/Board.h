@@ -81,6 +81,10 @@ private:
     Firmware fw_;
     uint64_t readyAtNs_ = 0;
     std::vector<Pending> pending_;
+    // The status byte last answered while it still flickers, and how many reads it has left.
+    uint32_t flickerOffset_ = 0;
+    uint32_t flickerLeft_ = 0;
+    bool flickerPending_ = false;
 };
 
 } // namespace sim

@@ -37,6 +37,8 @@ const FaultInfo kFaults[] = {
     {"bitflip", "COPY[:N]", 1, 2, "N seeded bit flips (default 1) in record copy 0|1|2|old"},
     {"power-cut", "N", 1, 1, "after N accepted page writes the EEPROM stops changing"},
     {"status-stuck", "0x80|0xFF", 1, 1, "every status the board writes reads as 0x80 or 0xFF"},
+    {"status-flicker", "N", 0, 1,
+     "an answered status reads alternately 0x80 and the answer for N reads (without N: for ever)"},
 };
 
 const FaultInfo* findFault(const std::string& name)
@@ -193,6 +195,8 @@ FaultPlan::FaultPlan(const std::vector<FaultRequest>& faults, uint64_t seed) : r
         }
         else if (f.name == "status-stuck")
             stuckStatus_ = static_cast<uint8_t>(a[0]);
+        else if (f.name == "status-flicker")
+            flickerReads_ = a.empty() ? kForever : a[0];
     }
 }
 

@@ -15,6 +15,7 @@ class FaultPlan
 {
 public:
     static constexpr uint32_t kOldCopy = 3;
+    static constexpr uint32_t kForever = 0xFFFFFFFF;
 
     // Parses one fault text; false with an error naming the fault and the bad argument.
     static bool parse(const std::string& text, FaultRequest* out, std::string* error);
@@ -39,6 +40,8 @@ public:
     bool powerCut(uint32_t* pageWrites) const;
     // 0 when no status is stuck, else 0x80 or 0xFF.
     uint8_t stuckStatus() const { return stuckStatus_; }
+    // Reads of a freshly answered status that still flicker (0: none, kForever: never settles).
+    uint32_t flickerReads() const { return flickerReads_; }
 
     // The status a transfer touching EEPROM byte address `address` answers instead of running,
     // or 0; counts the fault down.
@@ -78,6 +81,7 @@ private:
     bool powerCutSet_ = false;
     uint32_t powerCutAfter_ = 0;
     uint8_t stuckStatus_ = 0;
+    uint32_t flickerReads_ = 0;
     std::vector<PageStatus> pageStatus_;
     std::vector<BitFlip> bitFlips_;
 };

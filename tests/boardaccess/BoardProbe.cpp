@@ -3,9 +3,12 @@
 //   BoardProbe [--type N] OP [ARGS]... [OP [ARGS]...]...
 // OPs: wakeup N | iface INTERFACE SLEEP | exec OPCODE TIMEOUT_MS INTERFACE SLEEP | i2c WRITE READ | i2c-nobuf WRITE READ |
 //      reset | dpram SECONDS | bootstrap SECONDS | i2creset | bsread WIDTH ADDR | bswrite WIDTH ADDR VALUE | q7kregs | q7kcomram OFFSET |
-//      getters | release
+//      getters | release |
+//      irqthread NAME genlock|dspuart (a process named NAME stands in for the driver's interrupt thread)
 #include "CZebToolBox.h"
 #include "ComramDriverApi.h"
+#include "DspUartDriverApi.h"
+#include "GenlockDriverApi.h"
 #include "KvDriverApi.h"
 #include "Q7KComRAM.h"
 #include "Q7KManagement.h"
@@ -19,7 +22,12 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <sched.h>
+#include <signal.h>
 #include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace Q7K = ORX::KV::Hardware::Q7KHelpers;
 
@@ -98,6 +106,39 @@ Json::Value Getters()
         out["afterClose"] = pApi->GetBaseIsaIoPointer(0, &pIo);
         out["closeAgain"] = pApi->CloseDevice(0, &close);
     }
+    return out;
+}
+// A process named NAME stands in for the driver's interrupt thread while the driver's handle is
+// made; reports the scheduling the stand-in has afterwards.
+Json::Value RaiseInterruptStandIn(const std::string& name, bool dspUart)
+{
+    int ready[2];
+    Json::Value out;
+    if (pipe(ready) != 0)
+    {
+        return out;
+    }
+    const pid_t standIn = fork();
+    if (standIn == 0)
+    {
+        prctl(PR_SET_NAME, name.c_str(), 0, 0, 0);
+        prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
+        (void)!write(ready[1], "", 1);
+        pause();
+        _exit(0);
+    }
+    char byte;
+    (void)!read(ready[0], &byte, 1);
+    dspUart ? static_cast<void>(DspUartDriverApi::S_GetInstance())
+            : static_cast<void>(GenlockDriverApi::S_GetInstance());
+    struct sched_param param = {};
+    sched_getparam(standIn, &param);
+    out["fifo"] = sched_getscheduler(standIn) == SCHED_FIFO;
+    out["priority"] = param.sched_priority;
+    kill(standIn, SIGKILL);
+    waitpid(standIn, nullptr, 0);
+    close(ready[0]);
+    close(ready[1]);
     return out;
 }
 } // namespace
@@ -234,6 +275,13 @@ int main(int argc, char** argv)
             need(1);
             const Q7K::Q7KComRAM comram;
             out["value"] = comram.read(Number(argv[arg++]));
+        }
+        else if (op == "irqthread")
+        {
+            need(2);
+            out = RaiseInterruptStandIn(argv[arg], strcmp(argv[arg + 1], "dspuart") == 0);
+            out["op"] = op;
+            arg += 2;
         }
         else if (op == "getters")
         {

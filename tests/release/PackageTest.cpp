@@ -58,7 +58,7 @@ TEST(Package, ContainsTheToolItsManualPageAndTheReadme)
         {"./usr/share/doc/sarvik/README.md", "-rw-r--r-- root/root"},
         {"./usr/share/doc/sarvik/running-sarvik.md", "-rw-r--r-- root/root"},
         {"./usr/share/doc/sarvik/copyright", "-rw-r--r-- root/root"},
-        {"./usr/share/doc/sarvik/changelog.Debian.gz", "-rw-r--r-- root/root"},
+        {"./usr/share/doc/sarvik/changelog.gz", "-rw-r--r-- root/root"},
     };
     for (const ContentCase& c : cases)
     {
@@ -98,7 +98,7 @@ TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
          {"man", "--warnings", "-P", "cat", "-l", man},
          "",
          "Sarvik - print the serial number"},
-        {"documentation", {"ls", "/usr/share/doc/sarvik"}, "README.md\nchangelog.Debian.gz\ncopyright\nrunning-sarvik.md\n", nullptr},
+        {"documentation", {"ls", "/usr/share/doc/sarvik"}, "README.md\nchangelog.gz\ncopyright\nrunning-sarvik.md\n", nullptr},
     };
     std::vector<std::vector<std::string>> steps;
     for (const StepCase& c : cases)

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,6 +58,25 @@ SimRunResult SimHarness::sim(const std::vector<std::string>& args)
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     result.out = readFile(outPath);
     result.err = readFile(errPath);
+    return result;
+}
+
+std::string SimHarness::shareWithUsers(const std::string& program)
+{
+    const std::string copy = path(program.substr(program.rfind('/') + 1));
+    std::ifstream in(program, std::ios::binary);
+    std::ofstream(copy, std::ios::binary) << in.rdbuf();
+    if (chmod(folder_.c_str(), 0755) != 0 || chmod(copy.c_str(), 0755) != 0)
+        throw std::runtime_error("chmod failed: " + copy);
+    return copy;
+}
+
+std::vector<std::string> SimHarness::words(const std::string& text)
+{
+    std::istringstream in(text);
+    std::vector<std::string> result;
+    for (std::string word; in >> word;)
+        result.push_back(word);
     return result;
 }
 

@@ -26,6 +26,9 @@ public:
     SimRunResult sim(const std::vector<std::string>& args);
 
     std::string path(const std::string& name) const { return folder_ + "/" + name; }
+    // A copy of `program` in the scratch folder, which an ordinary user can reach and run.
+    std::string shareWithUsers(const std::string& program);
+    static std::vector<std::string> words(const std::string& text);
     static std::string readFile(const std::string& path);
     static std::vector<std::string> lines(const std::string& text);
     // The value of "key=" in key=value output, empty when missing.

@@ -1,6 +1,7 @@
 #include "CSarvikSandbox.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -98,6 +99,53 @@ pid_t CSarvikSandbox::Start(int stdinFd, bool controllingTerminal, const std::ve
         Die("dup2");
     }
     ExecTool(simOptions, wrapper);
+}
+
+pid_t CSarvikSandbox::StartInBackground(int terminalFd)
+{
+    if (pipe2(mOut, O_CLOEXEC) != 0 || pipe2(mErr, O_CLOEXEC) != 0)
+    {
+        return -1;
+    }
+    const pid_t shell = fork();
+    if (shell != 0)
+    {
+        close(mOut[1]);
+        close(mErr[1]);
+        return shell;
+    }
+    if (setsid() < 0 || ioctl(terminalFd, TIOCSCTTY, 0) != 0)
+    {
+        Die("setsid/TIOCSCTTY");
+    }
+    const pid_t job = fork();
+    if (job == 0)
+    {
+        setpgid(0, 0);
+        if (dup2(terminalFd, 0) < 0 || dup2(mOut[1], 1) < 0 || dup2(mErr[1], 2) < 0)
+        {
+            Die("dup2");
+        }
+        ExecTool({}, {});
+    }
+    setpgid(job, job); // as shells do, so that the job's group exists whichever runs first
+    close(mOut[1]);
+    close(mErr[1]);
+    int status = 0;
+    while (waitpid(job, &status, WUNTRACED) < 0 && errno == EINTR)
+    {
+    }
+    if (WIFSTOPPED(status))
+    {
+        // Brought to the foreground as `fg` would, so that the run ends and cleans up after itself.
+        const int stop = WSTOPSIG(status);
+        signal(SIGTTOU, SIG_IGN);
+        tcsetpgrp(terminalFd, job);
+        kill(-job, SIGCONT);
+        waitpid(job, &status, 0);
+        _exit(STOPPED_BY_SIGNAL + stop);
+    }
+    _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 127);
 }
 
 void CSarvikSandbox::ExecTool(const std::vector<std::string>& simOptions,

@@ -32,6 +32,11 @@ public:
     // reach it. simOptions go to the simulated server, wrapper runs in front of the tool.
     pid_t Start(int stdinFd, bool controllingTerminal, const std::vector<std::string>& simOptions = {},
                 const std::vector<std::string>& wrapper = {});
+    // Starts the tool as a shell runs `Sarvik &`: terminalFd is the controlling terminal of a
+    // session whose foreground stays with the shell, the tool is a job of its own. The shell ends
+    // like the tool, or with status STOPPED_BY_SIGNAL + signal when the tool was stopped.
+    static constexpr int STOPPED_BY_SIGNAL = 100;
+    pid_t StartInBackground(int terminalFd);
     // Waits for a started tool and collects what it printed.
     SToolResult Wait(pid_t pid);
     SToolResult Run(int stdinFd = -1, const std::vector<std::string>& simOptions = {},

@@ -1,11 +1,16 @@
 // Decimal digit generation for the floating-point conversions.
 #include "CStringLocal.h"
 
+#include <cfloat>
 #include <cmath>
 
 namespace Orx::Corvane::local
 {
-int cvt(double value, int digits, bool fromFirst, char (&buffer)[kCvtSize], int& exponent)
+namespace
+{
+// Kept out of line so that no step of it can be moved outside the precision set by cvt.
+__attribute__((noinline)) int Digits(double value, int digits, bool fromFirst, char (&buffer)[kCvtSize],
+                                     int& exponent)
 {
     if (digits < 0)
         digits = 0;
@@ -79,5 +84,25 @@ int cvt(double value, int digits, bool fromFirst, char (&buffer)[kCvtSize], int&
         }
     }
     return count;
+}
+} // namespace
+
+int cvt(double value, int digits, bool fromFirst, char (&buffer)[kCvtSize], int& exponent)
+{
+#if FLT_EVAL_METHOD == 2
+    // The x87 unit keeps 64-bit mantissas in its registers: a value held there just below 1 is
+    // scaled once more and becomes 10.0 when stored for the next digit, which then prints as ':'
+    // with the exponent one too low. Rounding every result to a double's 53 bits makes each step
+    // give what double arithmetic gives on every other build; the i386 baseline has no SSE for it.
+    unsigned short saved;
+    __asm__ __volatile__("fnstcw %0" : "=m"(saved));
+    const unsigned short doublePrecision = static_cast<unsigned short>((saved & ~0x300u) | 0x200u);
+    __asm__ __volatile__("fldcw %0" : : "m"(doublePrecision) : "memory");
+    const int count = Digits(value, digits, fromFirst, buffer, exponent);
+    __asm__ __volatile__("fldcw %0" : : "m"(saved) : "memory");
+    return count;
+#else
+    return Digits(value, digits, fromFirst, buffer, exponent);
+#endif
 }
 } // namespace Orx::Corvane::local

@@ -1,8 +1,8 @@
 #include "Interposer.h"
 
-#include "TraceJson.h"
 #include "RealCalls.h"
 #include "SimServer.h"
+#include "TraceJson.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace simhost
@@ -45,6 +46,20 @@ Interposer::Interposer()
                           config_.getInt("wall_start_ns", VirtualClock::realNs(VirtualClock::kRealtime)),
                           config_.getDouble("speed", 1.0));
     trace_ = std::make_unique<TraceFile>(config_.get("trace"));
+    // The board's memory is the hardware's, not the program's: it is taken while a set-user-ID
+    // program still runs as root, so that dropping its effective user later changes nothing.
+    eepromFd_ = RealCalls::get().open64(config_.get("eeprom").c_str(), O_RDWR | O_CLOEXEC);
+    struct stat st;
+    if (eepromFd_ >= 0 && fstat(eepromFd_, &st) == 0)
+        eepromInode_ = st.st_ino;
+}
+
+int Interposer::openEeprom(const std::string& path) const
+{
+    struct stat st;
+    if (eepromFd_ >= 0 && fstat(eepromFd_, &st) == 0 && st.st_ino == eepromInode_)
+        return eepromFd_;
+    return RealCalls::get().open64(path.c_str(), O_RDWR | O_CLOEXEC);
 }
 
 sim::SimServer& Interposer::board()
@@ -70,7 +85,7 @@ void Interposer::startBoard()
         }
     }
     const std::string eepromPath = config_.get("eeprom");
-    const int fd = RealCalls::get().open64(eepromPath.c_str(), O_RDWR | O_CLOEXEC);
+    const int fd = openEeprom(eepromPath);
     if (fd < 0)
         die("open", eepromPath);
     void* image = RealCalls::get().mmap64(nullptr, sim::SimServer::kEepromSize, PROT_READ | PROT_WRITE,
@@ -78,6 +93,7 @@ void Interposer::startBoard()
     if (image == MAP_FAILED)
         die("mmap", eepromPath);
     RealCalls::get().close(fd);
+    eepromFd_ = -1;
     board_ = std::make_unique<sim::SimServer>(boardConfig, static_cast<uint8_t*>(image), trace_.get());
 }
 

@@ -3,11 +3,11 @@
 #pragma once
 
 #include "DeviceTable.h"
-#include "TraceJson.h"
 #include "MappedAreas.h"
 #include "PortGrants.h"
 #include "RunConfig.h"
 #include "TraceFile.h"
+#include "TraceJson.h"
 #include "VirtualClock.h"
 
 #include <memory>
@@ -44,6 +44,7 @@ public:
 private:
     Interposer();
     void startBoard();
+    int openEeprom(const std::string& path) const;
 
     static Interposer* anchor_;
     RunConfig config_;
@@ -54,6 +55,8 @@ private:
     MappedAreas areas_;
     PortGrants ports_;
     std::unique_ptr<TraceFile> trace_;
+    int eepromFd_ = -1;
+    uint64_t eepromInode_ = 0; // tells the image's descriptor from a later file of the same number
     std::once_flag boardOnce_;
     std::unique_ptr<sim::SimServer> board_;
 };

@@ -167,10 +167,85 @@ int config()
     return 0;
 }
 
+const char* errnoName(int error)
+{
+    switch (error)
+    {
+    case EINVAL:
+        return "EINVAL";
+    case EACCES:
+        return "EACCES";
+    case EPERM:
+        return "EPERM";
+    case ENODEV:
+        return "ENODEV";
+    case EOPNOTSUPP:
+        return "EOPNOTSUPP";
+    default:
+        return std::strerror(error);
+    }
+}
+
+int protBits(const std::string& prot)
+{
+    return (prot.find('r') != std::string::npos ? PROT_READ : 0) |
+           (prot.find('w') != std::string::npos ? PROT_WRITE : 0);
+}
+
+// mmap NODE OPEN PROT FLAGS LENGTH OFFSET [STEP ARG]...: maps as asked and prints the answer,
+// then runs the steps: `protect PROT` (mprotect of the whole mapping), `load AT` (reads byte AT),
+// `store AT` (stores 0x5A there and prints what the mapping and the whole communication RAM
+// then show at that place). A step may end the process.
+int mapRequest(int argc, char** argv)
+{
+    if (argc < 8)
+        return 2;
+    const std::string openMode = argv[3];
+    const int fd = open(argv[2], openMode == "ro" ? O_RDONLY : openMode == "wo" ? O_WRONLY : O_RDWR);
+    const int flags = static_cast<int>(std::strtol(argv[5], nullptr, 0));
+    const size_t length = std::strtoul(argv[6], nullptr, 0);
+    const off_t offset = static_cast<off_t>(std::strtoul(argv[7], nullptr, 0));
+    void* area = mmap(nullptr, length, protBits(argv[4]), flags, fd, offset);
+    std::printf("mmap=%s\n", area == MAP_FAILED ? errnoName(errno) : "ok");
+    auto* bytes = static_cast<volatile uint8_t*>(area);
+    for (int i = 8; area != MAP_FAILED && i + 1 < argc; i += 2)
+    {
+        std::fflush(stdout);
+        const std::string step = argv[i];
+        const size_t at = std::strtoul(argv[i + 1], nullptr, 0);
+        if (step == "protect")
+            std::printf("mprotect=%s\n",
+                        mprotect(area, length, protBits(argv[i + 1])) == 0 ? "ok" : errnoName(errno));
+        else if (step == "load")
+            std::printf("value=0x%02x\n", bytes[at]);
+        else
+        {
+            bytes[at] = 0x5A;
+            const int whole = open("/dev/comram0", O_RDONLY);
+            auto* ram =
+                static_cast<volatile uint8_t*>(mmap(nullptr, 0x8000, PROT_READ, MAP_SHARED, whole, 0x100000));
+            std::printf("own=0x%02x board=0x%02x\n", bytes[at], ram[offset - 0x100000 + at]);
+        }
+    }
+    return 0;
+}
+
+// ports: ioperm and iopl as the calling user, then both released.
+int portCalls()
+{
+    std::printf("ioperm=%s", ioperm(0x350, 2, 1) == 0 ? "0" : errnoName(errno));
+    std::printf(" iopl=%s", iopl(3) == 0 ? "0" : errnoName(errno));
+    std::printf(" empty=%s", ioperm(0x350, 0, 1) == 0 ? "0" : errnoName(errno));
+    std::printf(" beyond=%s", ioperm(0xFFFF, 2, 1) == 0 ? "0" : errnoName(errno));
+    std::printf(" release=%s\n", ioperm(0x350, 2, 0) == 0 ? "0" : errnoName(errno));
+    return 0;
+}
+
 int usage()
 {
     std::fprintf(stderr, "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
-                         " modprobe CMD | config | board | q7k | inb PORT | areabeyond\n");
+                         " modprobe CMD | config | board | q7k | inb PORT | mmap ... | ports |"
+                         " unknown | iostore\n");
     return 2;
 }
 
@@ -236,12 +311,22 @@ int main(int argc, char** argv)
         std::printf("value=0x%02x\n", inb(static_cast<unsigned short>(std::strtoul(arg, nullptr, 0))));
         return 0;
     }
-    if (mode == "areabeyond")
+    if (mode == "mmap")
+        return mapRequest(argc, argv);
+    if (mode == "ports")
+        return portCalls();
+    Driver d;
+    if ((mode == "unknown" || mode == "iostore") && (!openDriver(&d) || d.io == nullptr))
+        return 1;
+    if (mode == "unknown")
     {
-        Driver d;
-        if (!openDriver(&d) || d.io == nullptr)
-            return 1;
-        std::printf("value=0x%02x\n", d.io[0x800]);
+        // An x87 store of the control word: no access the product makes.
+        asm volatile("fnstcw (%0)" : : "a"(d.comram + 0x1000) : "memory");
+        return 0;
+    }
+    if (mode == "iostore")
+    {
+        d.io[0x351] = 0;
         return 0;
     }
     return usage();
