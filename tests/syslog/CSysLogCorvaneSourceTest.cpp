@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <sys/stat.h>
 #include <thread>
 #include <vector>
@@ -186,16 +187,13 @@ TEST_F(CSysLogCorvaneSourceTest, ConcurrentCallersKeepEveryChannelInOrder)
 {
     constexpr unsigned THREADS = 4;
     constexpr unsigned PER_THREAD = 3000;
-    for (unsigned t = 0; t < THREADS; t++)
-    {
-        mServer.SetThreshold(TEST_CHANNEL + 10 + t, SYSLOG_CRITICAL);
-    }
     std::atomic<unsigned> running{THREADS};
     std::vector<std::thread> writers;
     for (unsigned t = 0; t < THREADS; t++)
     {
+        mServer.SetThreshold(TEST_CHANNEL + 10 + t, SYSLOG_CRITICAL);
         writers.emplace_back(
-            [&, t]
+            [this, t, &running]
             {
                 for (unsigned i = 0; i < PER_THREAD; i++)
                 {
@@ -204,31 +202,26 @@ TEST_F(CSysLogCorvaneSourceTest, ConcurrentCallersKeepEveryChannelInOrder)
                 running--;
             });
     }
+    // Read while they write, then the rest: every channel comes out whole and in order.
     std::map<unsigned, std::vector<unsigned>> seen;
-    auto readAll = [&]
+    for (bool last = false; !last;)
     {
-        for (CSysLogMessage& message : Drain())
+        last = running == 0;
+        for (const CSysLogMessage& message : Drain())
         {
+            ASSERT_EQ(std::to_string(+message.mSequence_U32), message.GetText());
             seen[+message.mChannel_U32].push_back(+message.mSequence_U32);
-            EXPECT_EQ(std::to_string(+message.mSequence_U32), message.GetText());
         }
-    };
-    while (running > 0)
-    {
-        readAll();
     }
     for (std::thread& writer : writers)
     {
         writer.join();
     }
-    readAll();
     ASSERT_EQ(THREADS, seen.size());
-    for (auto& channel : seen)
+    std::vector<unsigned> expected(PER_THREAD);
+    std::iota(expected.begin(), expected.end(), 0u);
+    for (const auto& channel : seen)
     {
-        ASSERT_EQ(PER_THREAD, channel.second.size()) << channel.first;
-        for (unsigned i = 0; i < PER_THREAD; i++)
-        {
-            ASSERT_EQ(i, channel.second[i]) << channel.first;
-        }
+        EXPECT_EQ(expected, channel.second) << channel.first;
     }
 }
