@@ -49,9 +49,24 @@ public:
     // Applies the seeded bit flips to a 32 KiB image (only into records that are intact).
     void applyBitFlips(uint8_t* eeprom);
 
-    Rng& rng() { return rng_; }
+    // Rising SCL edges a stuck device needs (seeded).
+    uint32_t stuckPulses() { return 1 + stuckRng_.below(9); }
+    bool uartStuck() const { return uartStuck_; }
+
+    // Transient faults: each call that answers true uses one of its count up.
+    bool takeRamProbe() { return takeCount(&ramLate_); }
+    bool ramLate() const { return ramLate_ > 0; }
+    bool takeBootstrapQuery() { return takeCount(&bootstrapLate_); }
+    uint32_t writeBusyCount() const { return writeBusy_; }
+    bool takeUnsettled() { return takeCount(&unsettled_); }
+    // Flips one seeded bit of a non-empty reply; false when no reply is due to be corrupted.
+    bool corruptReply(std::vector<uint8_t>* data);
+    uint32_t corruptChecksum(uint32_t checksum);
 
 private:
+    static Rng stream(uint64_t seed, const char* name);
+    static bool takeCount(uint32_t* remaining);
+
     struct PageStatus
     {
         uint16_t page;
@@ -65,7 +80,10 @@ private:
         uint32_t bits;
     };
 
-    Rng rng_;
+    Rng stuckRng_;
+    Rng flipRng_;
+    Rng replyRng_;
+    Rng checksumRng_;
     bool resetStuck_ = false;
     bool ramCheckFail_ = false;
     bool bootstrapSilent_ = false;
@@ -81,6 +99,13 @@ private:
     bool powerCutSet_ = false;
     uint32_t powerCutAfter_ = 0;
     uint8_t stuckStatus_ = 0;
+    bool uartStuck_ = false;
+    uint32_t ramLate_ = 0;
+    uint32_t bootstrapLate_ = 0;
+    uint32_t writeBusy_ = 0;
+    uint32_t replyCorrupt_ = 0;
+    uint32_t checksumCorrupt_ = 0;
+    uint32_t unsettled_ = 0;
     uint32_t flickerReads_ = 0;
     std::vector<PageStatus> pageStatus_;
     std::vector<BitFlip> bitFlips_;

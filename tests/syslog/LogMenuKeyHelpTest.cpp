@@ -24,6 +24,11 @@ TEST(LogMenuKeyHelp, BuiltInLinesThenReplacedAndAddedKeys)
     EXPECT_EQ(11u, server.GetNbInfoKeys());
     EXPECT_STREQ("Keep thresholds", server.GetInfoKeyText("F4"));
     EXPECT_STREQ("Extract files", server.GetInfoKeyText("F6"));
+    // A key longer than its field is kept shortened, and found again under its full name.
+    server.SetInfoKeys("Ctrl-Alt-Shift-Del", "Restart");
+    server.SetInfoKeys("Ctrl-Alt-Shift-Del", "Reboot");
+    EXPECT_EQ(12u, server.GetNbInfoKeys());
+    EXPECT_STREQ("Reboot", server.GetInfoKeyText("Ctrl-Alt-Shift-Del"));
     server.InitInfoKeys();
     EXPECT_EQ(10u, server.GetNbInfoKeys());
     EXPECT_STREQ("Save threshold configuration", server.GetInfoKeyText("F4"));

@@ -31,7 +31,8 @@ void CSysLogServer::SetInfoKeys(const char* key, const char* text)
         return;
     }
     uint32_t index_U32 = 0;
-    while (index_U32 < mNbInfoKeys_U32 && strcmp(mpInfoKey_X[index_U32].mpKey_c, key) != 0)
+    while (index_U32 < mNbInfoKeys_U32 &&
+           strncmp(mpInfoKey_X[index_U32].mpKey_c, key, sizeof(SSysLogInfoKey::mpKey_c) - 1) != 0)
     {
         index_U32++;
     }
@@ -49,7 +50,8 @@ const char* CSysLogServer::GetInfoKeyText(const char* key) const
 {
     for (uint32_t i_U32 = 0; key != nullptr && i_U32 < mNbInfoKeys_U32; i_U32++)
     {
-        if (strcmp(mpInfoKey_X[i_U32].mpKey_c, key) == 0)
+        // Keys are stored cut to their field: a longer key is found by what was kept of it.
+        if (strncmp(mpInfoKey_X[i_U32].mpKey_c, key, sizeof(SSysLogInfoKey::mpKey_c) - 1) == 0)
         {
             return mpInfoKey_X[i_U32].mpText_c;
         }

@@ -148,10 +148,7 @@ int Launcher::run()
     RunConfig config;
     if (!checkWritable(options_.trace, &error) || !prepareRoot(&error) ||
         !run.create(options_, self, &error) || !config.load(run.path()) ||
-        !syslog.open(run.devDir() + "/log", options_.syslog,
-                     VirtualClock(config.getInt("mono_start_ns", 0), config.getInt("wall_start_ns", 0),
-                                  options_.speed),
-                     &error))
+        !syslog.open(run.devDir() + "/log", options_.syslog, VirtualClock::forRun(config), &error))
     {
         std::fprintf(stderr, "sarvik-sim: %s\n", error.empty() ? "cannot set up the run" : error.c_str());
         return kSetupFailed;

@@ -45,8 +45,7 @@ void traceCall(const RunConfig& config, const char* command, const std::string& 
 {
     const int driverFds = inheritedDriverDescriptors();
     TraceFile trace(config.get("trace"));
-    const VirtualClock clock(config.getInt("mono_start_ns", 0), config.getInt("wall_start_ns", 0),
-                             config.getDouble("speed", 1.0));
+    const VirtualClock clock = VirtualClock::forRun(config);
     trace.emit(sim::TraceJson(static_cast<uint64_t>(clock.monotonicNow()), command)
                    .str("module", module)
                    .snum("status", status)

@@ -102,12 +102,13 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
         return false;
 
     RunConfig config;
-    config.set("speed", std::to_string(options.speed));
-    const int64_t monoStart = VirtualClock::realNs(VirtualClock::kMonotonic);
-    config.set("mono_start_ns", std::to_string(monoStart));
-    config.set("wall_start_ns",
-               std::to_string(options.dateGiven ? options.wallStartNs
-                                                : VirtualClock::realNs(VirtualClock::kRealtime)));
+    if (!VirtualClock::setUpRun(&config, path_, options.speed,
+                                options.dateGiven ? options.wallStartNs
+                                                  : VirtualClock::realNs(VirtualClock::kRealtime)))
+    {
+        *error = failure("create", path_ + "/" + VirtualClock::kPageFile);
+        return false;
+    }
     config.set("host_board", std::to_string(options.hostBoard));
     config.set("no_drivers", options.noDrivers ? "1" : "0");
     config.set("trace", options.trace);

@@ -3,6 +3,7 @@
 #include "Interposer.h"
 #include "RealCalls.h"
 #include "SimServer.h"
+#include "TscTrap.h"
 #include "X86Decoder.h"
 
 #include <atomic>
@@ -44,6 +45,14 @@ std::atomic<bool> gInstalled{false};
 uintptr_t pageSize()
 {
     return static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+}
+
+// Where an access went, for the cost of repeated polls: area and offset, ports apart.
+constexpr uint32_t kPortPlace = 0x80000000u;
+uint32_t place(const MappedArea& area, uint32_t offset)
+{
+    return area.request.kind == AreaKind::Comram ? area.request.base + offset
+                                                 : kPortPlace | (area.request.base + offset);
 }
 
 // `offset` counts from the mapping's first byte, which need not be the area's.
@@ -134,6 +143,7 @@ bool emulateLoad(Interposer& ip, const MappedArea& area, uint32_t offset, uconte
     uint32_t value = 0;
     for (int i = 0; i < load.size; ++i)
         value |= static_cast<uint32_t>(readByte(board, area, offset + i, now)) << (8 * i);
+    ip.chargeAccess(place(area, offset), value, true);
     setRegister(uc, load, value);
     uc->uc_mcontext.gregs[REG_EIP] += load.length;
     return true;
@@ -200,6 +210,7 @@ void leaveArea(Interposer& ip, ucontext_t* uc)
         for (uint32_t o = s.from; o < s.to; ++o)
             writeByte(board, area, o, area.alias[o], now);
     }
+    ip.chargeAccess(place(area, s.from), area.alias[s.from], !s.access.writes);
     s.active = false;
 }
 
@@ -231,6 +242,7 @@ bool emulatePort(Interposer& ip, ucontext_t* uc)
         for (int i = 0; i < p.size; ++i)
             board.portWrite(static_cast<uint16_t>(port + i), static_cast<uint8_t>(value >> (8 * i)), now);
     }
+    ip.chargeAccess(kPortPlace | port, static_cast<uint32_t>(regs[REG_EAX]) & mask, p.input);
     regs[REG_EIP] += p.length;
     return true;
 }
@@ -298,7 +310,7 @@ void BusTrap::onSegv(int sig, siginfo_t* info, void* context)
         handled = area != nullptr && enterArea(*ip, *area, static_cast<uint8_t*>(info->si_addr), uc);
     }
     else if (ip != nullptr && trap == kGeneralProtection)
-        handled = emulatePort(*ip, uc);
+        handled = TscTrap::answer(*ip, uc) || emulatePort(*ip, uc);
     if (!handled)
         passOn(sig, info, context, gPreviousSegv);
     errno = savedErrno;

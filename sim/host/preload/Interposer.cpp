@@ -1,8 +1,10 @@
 #include "Interposer.h"
 
+#include "PollCost.h"
 #include "RealCalls.h"
 #include "SimServer.h"
 #include "TraceJson.h"
+#include "TscTrap.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,6 +14,7 @@
 #include <fstream>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace simhost
@@ -42,9 +45,7 @@ Interposer::Interposer()
         return;
     inRun_ = true;
     hostBoardType_ = static_cast<int>(config_.getInt("host_board", 1));
-    clock_ = VirtualClock(config_.getInt("mono_start_ns", VirtualClock::realNs(VirtualClock::kMonotonic)),
-                          config_.getInt("wall_start_ns", VirtualClock::realNs(VirtualClock::kRealtime)),
-                          config_.getDouble("speed", 1.0));
+    clock_ = VirtualClock::forRun(config_);
     trace_ = std::make_unique<TraceFile>(config_.get("trace"));
     // The board's memory is the hardware's, not the program's: it is taken while a set-user-ID
     // program still runs as root, so that dropping its effective user later changes nothing.
@@ -52,6 +53,35 @@ Interposer::Interposer()
     struct stat st;
     if (eepromFd_ >= 0 && fstat(eepromFd_, &st) == 0)
         eepromInode_ = st.st_ino;
+    if (clock_.reproducible())
+        TscTrap::enable();
+}
+
+namespace
+{
+thread_local PollCost tCost;
+} // namespace
+
+void Interposer::chargeAccess(uint32_t where, uint32_t value, bool read)
+{
+    clock_.advance(tCost.boardAccess(where, value, read));
+}
+
+uint64_t Interposer::readTsc()
+{
+    const auto ticks = static_cast<uint64_t>(clock_.monotonicNow()) * (TscTrap::kHz / 1'000'000'000);
+    clock_.advance(tCost.tscRead());
+    return ticks;
+}
+
+void Interposer::waited()
+{
+    tCost.waited();
+}
+
+bool Interposer::mainThread()
+{
+    return syscall(SYS_gettid) == getpid();
 }
 
 int Interposer::openEeprom(const std::string& path) const

@@ -32,6 +32,13 @@ public:
     bool inRun() const { return inRun_; }
     const VirtualClock& clock() const { return clock_; }
     uint64_t nowNs() const { return static_cast<uint64_t>(clock_.monotonicNow()); }
+    // What moves the reproducible clock (PollCost): a board access after it was made, a counter
+    // read (answered before it is charged), and a sleep or wait of the calling thread.
+    void chargeAccess(uint32_t where, uint32_t value, bool read);
+    uint64_t readTsc();
+    void waited();
+    // The process's main thread: only its sleeps and timed waits move the clock.
+    static bool mainThread();
     int hostBoardType() const { return hostBoardType_; }
 
     DeviceTable& devices() { return devices_; }

@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
+#include <x86intrin.h>
 
 namespace
 {
@@ -276,9 +277,13 @@ int main(int argc, char** argv)
     {
         const int64_t before = monotonicMs();
         const time_t wallBefore = time(nullptr);
+        const uint64_t tscBefore = __rdtsc();
         sleepMs(std::atol(arg));
-        std::printf("virtual_ms=%lld wall_s=%lld\n", static_cast<long long>(monotonicMs() - before),
-                    static_cast<long long>(time(nullptr) - wallBefore));
+        const uint64_t tscTicks = __rdtsc() - tscBefore;
+        std::printf("virtual_ms=%lld wall_s=%lld tsc_ms=%llu\n",
+                    static_cast<long long>(monotonicMs() - before),
+                    static_cast<long long>(time(nullptr) - wallBefore),
+                    static_cast<unsigned long long>(tscTicks / 1000000));
         return 0;
     }
     if (mode == "date")
