@@ -82,6 +82,14 @@ lint_package() {
 }
 run_stage "lintian: Debian package" lint_package
 
+# Non-blank lines of the tracked sources under the given folders.
+source_lines() {
+    git ls-files -- "$@" | grep -E '\.(c|cc|cpp|h|hpp|py|sh)$' | tr '\n' '\0' | xargs -0 cat | grep -cv '^[[:space:]]*$'
+}
+test_lines=$(source_lines tests)
+code_lines=$(source_lines Libs source sim bench tools)
+
 echo "=== summary (i386, asan, tsan, fuzz)"
+awk -v t="$test_lines" -v c="$code_lines" 'BEGIN { printf "test/code lines: %d / %d = %.2f\n", t, c, t / c }'
 echo "total: ${total_pass} passed, ${total_fail} failed"
 exit $status

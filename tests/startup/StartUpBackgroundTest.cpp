@@ -1,9 +1,8 @@
-#include "CSarvikSandbox.h"
+#include "SimRun.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -18,17 +17,15 @@ TEST(StartUpBackground, ABackgroundJobLeavesTheTerminalAloneAndRunsToItsEnd)
     struct termios before = {};
     ASSERT_EQ(tcgetattr(slave, &before), 0);
 
-    CSarvikSandbox sandbox;
-    const SToolResult result = sandbox.Wait(sandbox.StartInBackground(slave));
+    CSimRun sim;
+    const SSimResult result = sim.Wait(sim.Start({}, {CSimRun::S_Tool}, slave, ETerminal::BACKGROUND));
     struct termios after = {};
     tcgetattr(slave, &after);
     close(slave);
     close(master);
 
-    ASSERT_TRUE(WIFEXITED(result.status)) << "status " << result.status;
-    EXPECT_EQ(WEXITSTATUS(result.status), 0)
-        << "above " << CSarvikSandbox::STOPPED_BY_SIGNAL << ": stopped by that signal";
-    EXPECT_EQ(result.out, CSarvikSandbox().Run().out);
+    EXPECT_EQ(result.Status, 0) << "above " << CSimRun::STOPPED_BY_SIGNAL << ": stopped by that signal";
+    EXPECT_EQ(result.Out, CSimRun().Tool({}).Out);
     EXPECT_EQ(after.c_lflag, before.c_lflag);
     EXPECT_EQ(after.c_cc[VMIN], before.c_cc[VMIN]);
     EXPECT_EQ(after.c_cc[VTIME], before.c_cc[VTIME]);

@@ -1,25 +1,18 @@
-#include "CSarvikSandbox.h"
+#include "SimRun.h"
 
 #include <gtest/gtest.h>
 
 #include <regex>
-#include <sys/wait.h>
 
 namespace
 {
-// Runs the tool the way a shell does for `Sarvik ARGS REDIRECTIONS`.
-std::vector<std::string> Shell(const std::string& command)
-{
-    return {"/bin/sh", "-c", "exec \"$0\" " + command};
-}
-
 TEST(StartUpClosedDescriptors, AClosedStandardDescriptorSendsNothingIntoTheSwitchLog)
 {
-    const std::string report = CSarvikSandbox().Run().out;
+    const std::string report = CSimRun().Tool({}).Out;
     struct SCase
     {
-        const char* command;
-        std::string out;
+        const char* Redirections;
+        std::string Out;
     } const cases[] = {
         {">&-", ""},
         {"--bogus-option 2>&-", report},
@@ -29,13 +22,15 @@ TEST(StartUpClosedDescriptors, AClosedStandardDescriptorSendsNothingIntoTheSwitc
     const std::regex sessionOnly(R"(<[^>]*> -------------- New Session --------------\r\n)");
     for (const SCase& c : cases)
     {
-        SCOPED_TRACE(c.command);
-        CSarvikSandbox sandbox;
-        const SToolResult result = sandbox.Run(-1, {}, Shell(c.command));
-        ASSERT_TRUE(WIFEXITED(result.status) && WEXITSTATUS(result.status) == 0) << result.err;
-        EXPECT_EQ(result.out, c.out);
-        EXPECT_TRUE(std::regex_match(ReadFile(sandbox.SwitchLog()), sessionOnly))
-            << ReadFile(sandbox.SwitchLog());
+        SCOPED_TRACE(c.Redirections);
+        CSimRun sim;
+        // The tool run the way a shell does for `Sarvik ARGS REDIRECTIONS`.
+        const SSimResult result =
+            sim.Run({}, {"/bin/sh", "-c", std::string("exec \"$0\" ") + c.Redirections, CSimRun::S_Tool});
+        ASSERT_EQ(result.Status, 0) << result.Err;
+        EXPECT_EQ(result.Out, c.Out);
+        const std::string log = CSimRun::ReadText(sim.Root() + "/data/log/QXK_Switch.log");
+        EXPECT_TRUE(std::regex_match(log, sessionOnly)) << log;
     }
 }
 } // namespace

@@ -1,5 +1,17 @@
 // sim-probe: a small i386 program that runs inside the simulated server and uses its devices
-// the way the tool does, printing what it observes as key=value lines.
+// the way the tool does, raw or through the product's toolbox, printing what it observes as
+// key=value words.
+#include "CEepromDataHandler.h"
+#include "CZebToolBox.h"
+#include "ComramDriverApi.h"
+#include "DspUartDriverApi.h"
+#include "GenlockDriverApi.h"
+#include "KvDriverApi.h"
+#include "Q7KComRAM.h"
+#include "Q7KManagement.h"
+#include "Q7KRegisters.h"
+#include "keyDriver.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -8,10 +20,13 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <memory>
+#include <sched.h>
 #include <string>
 #include <sys/io.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -246,8 +261,209 @@ int usage()
 {
     std::fprintf(stderr, "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
                          " modprobe CMD | config | board | q7k | inb PORT | mmap ... | ports |"
-                         " unknown | iostore\n");
+                         " unknown | iostore | toolbox [--type N] OP...\n");
     return 2;
+}
+
+namespace Q7K = ORX::KV::Hardware::Q7KHelpers;
+
+uint32_t number(const char* text)
+{
+    return static_cast<uint32_t>(std::strtoul(text, nullptr, 0));
+}
+
+void put(const std::string& prefix, const char* key, long long value)
+{
+    std::printf("%s%s=%lld\n", prefix.c_str(), key, value);
+}
+
+void infos(CZebToolBox& toolBox, const std::string& prefix)
+{
+    SZebBoardInfos infos = {};
+    std::memset(&infos, 0xAA, sizeof(infos));
+    toolBox.GetBoardInfos(&infos);
+    put(prefix, "type", infos.BoardType);
+    put(prefix, "id", infos.BoardID);
+    put(prefix, "pcb", infos.PCBVersion);
+    put(prefix, "jumpers", infos.JumpersState);
+    put(prefix, "components", infos.ComponentsVersion);
+    put(prefix, "rbf", infos.RBFVersion);
+    std::printf("%sreserved=%02X%02X%02X\n", prefix.c_str(), infos.Reserved[0], infos.Reserved[1],
+                infos.Reserved[2]);
+}
+
+// The tool's start-up: driver handles, interface record, mappings, Q7K helper.
+void startUp()
+{
+    KvDriverApi* api = KvDriverApi::S_GetInstance(9);
+    std::memset(GL_PinguInterface_X, 0, sizeof(GL_PinguInterface_X));
+    put("", "kv", api != nullptr);
+    put("", "interface", KvDriverApi::S_GetKvDriverInterface(api, &GL_PinguInterface_X));
+    put("", "isaStatus",
+        ComramDriverApi::GetBaseIsaIoPointer(GL_PinguInterface_X[PINGU_COMRAM], 0, &GL_pBaseIsaIoAccess_U8));
+    put("", "isaIo", GL_pBaseIsaIoAccess_U8 != nullptr);
+    put("", "hostBoardType", KvDriverApi::S_KrpcBoardType(api));
+    _MMAP_COMRAM volatile* comram = nullptr;
+    put("", "comramStatus", ComramDriverApi::GetComramPointer(GL_PinguInterface_X[PINGU_COMRAM], 0, &comram));
+    put("", "comram", comram != nullptr);
+    put("", "timecode", GL_PinguInterface_X[PINGU_TIMECODE] != 0);
+    Q7K::Q7KManagement::InitQ7KHelper(GL_pBaseIsaIoAccess_U8, comram != nullptr ? comram->Byte_U8 : nullptr);
+}
+
+// A process named NAME stands in for the driver's interrupt thread while the driver's handle is
+// made; prints the scheduling the stand-in has afterwards.
+void raiseInterruptStandIn(const std::string& prefix, const char* name, bool dspUart)
+{
+    int ready[2];
+    if (pipe(ready) != 0)
+        return;
+    const pid_t standIn = fork();
+    if (standIn == 0)
+    {
+        prctl(PR_SET_NAME, name, 0, 0, 0);
+        prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
+        (void)!write(ready[1], "", 1);
+        pause();
+        _exit(0);
+    }
+    char byte;
+    (void)!read(ready[0], &byte, 1);
+    dspUart ? static_cast<void>(DspUartDriverApi::S_GetInstance())
+            : static_cast<void>(GenlockDriverApi::S_GetInstance());
+    struct sched_param param = {};
+    sched_getparam(standIn, &param);
+    put(prefix, "fifo", sched_getscheduler(standIn) == SCHED_FIFO);
+    put(prefix, "priority", param.sched_priority);
+    kill(standIn, SIGKILL);
+    waitpid(standIn, nullptr, 0);
+    close(ready[0]);
+    close(ready[1]);
+}
+
+// toolbox [--type N] OP [ARGS]...: the start-up, the detected board, then each operation's
+// results as N.key (N counts the operations from 0), with N.ms its duration in virtual time.
+int toolbox(int argc, char** argv)
+{
+    int arg = 2;
+    SYS_CTL_BOARD_TYPE type = SYS_CTL_BOARD_TYPE_UNKNOWN;
+    if (arg + 1 < argc && std::strcmp(argv[arg], "--type") == 0)
+    {
+        type = static_cast<SYS_CTL_BOARD_TYPE>(number(argv[arg + 1]));
+        arg += 2;
+    }
+    startUp();
+    std::unique_ptr<CZebToolBox> box(new CZebToolBox(type));
+    infos(*box, "");
+    for (int index = 0; arg < argc; ++index)
+    {
+        const std::string op = argv[arg++];
+        const std::string prefix = std::to_string(index) + ".";
+        const auto next = [&]() -> uint32_t
+        {
+            if (arg >= argc)
+                std::exit(2);
+            return number(argv[arg++]);
+        };
+        const int64_t start = monotonicMs();
+        if (op == "wakeup")
+        {
+            put(prefix, "result", box->BoardWakeUp(next()));
+            infos(*box, prefix);
+        }
+        else if (op == "reset")
+            box->ResetPulse();
+        else if (op == "dpram")
+            put(prefix, "result", box->WaitDPRAMAvailable(next()));
+        else if (op == "bootstrap")
+            put(prefix, "result", box->WaitBootstrapAvailable(next()));
+        else if (op == "iface" || op == "exec")
+        {
+            const uint32_t opcode = op == "exec" ? next() : 0;
+            const uint32_t timeoutMs = op == "exec" ? next() : 0;
+            const uint32_t interface = next();
+            box->SetUCodeInterface(interface, static_cast<int32_t>(next()));
+            if (op == "exec")
+                put(prefix, "result", box->ExecuteUCodeCommand(static_cast<uint8_t>(opcode), timeoutMs));
+        }
+        else if (op == "i2c" || op == "i2c-nobuf")
+        {
+            const uint32_t writeCount = next();
+            const uint32_t readCount = next();
+            const bool buffers = op == "i2c";
+            std::string written(buffers ? (writeCount & 0xFFFF) : 0, '\0');
+            for (size_t i = 1; i < written.size(); ++i)
+                written[i] = static_cast<char>(i * 7 + 1);
+            std::string read(buffers ? (readCount & 0xFFFF) : 0, '\xEE');
+            put(prefix, "result",
+                box->I2CService(0xA0, writeCount, buffers ? reinterpret_cast<uint8_t*>(&written[0]) : nullptr,
+                                readCount, buffers ? reinterpret_cast<uint8_t*>(&read[0]) : nullptr));
+            std::printf("%sread=", prefix.c_str());
+            for (char byte : read)
+                std::printf("%02X", static_cast<uint8_t>(byte));
+            std::printf("\n");
+        }
+        else if (op == "eewrite")
+        {
+            // One page of the identity EEPROM written through the mailbox.
+            keyDriver key;
+            unsigned char page[64];
+            for (unsigned i = 0; i < sizeof(page); ++i)
+                page[i] = static_cast<unsigned char>(i);
+            key.detect();
+            put(prefix, "result", key.EEPROMWrite(static_cast<unsigned short>(next()), sizeof(page), page));
+        }
+        else if (op == "settings")
+        {
+            // The identity record read without repairs, busy pages retried or not.
+            CEepromDataHandler handler(nullptr);
+            handler.SetBusyRetry(next() != 0);
+            put(prefix, "result", handler.Read(false));
+            std::printf("%sserial=%s\n", prefix.c_str(), handler.GetSerialNumber());
+        }
+        else if (op == "i2creset")
+            put(prefix, "result", box->MCF547xI2CReset());
+        else if (op == "bsread")
+        {
+            const uint32_t width = next();
+            const uint32_t address = next();
+            uint32_t value = 0xA5A5A5A5;
+            uint16_t word = 0xA5A5;
+            uint8_t byte = 0xA5;
+            put(prefix, "result",
+                width == 1   ? box->BS_ReadByte(address, &byte)
+                : width == 2 ? box->BS_ReadShort(address, &word)
+                             : box->BS_ReadLong(address, &value));
+            put(prefix, "value", width == 1 ? byte : width == 2 ? word : value);
+        }
+        else if (op == "q7kregs")
+        {
+            const Q7K::Q7KRegisters<Q7K::IOBus::Q7KManagement> registers;
+            std::printf("%sregs=", prefix.c_str());
+            for (uint32_t index = 0; index < 4; ++index)
+                std::printf(index < 3 ? "0x%02X," : "0x%02X\n", registers.read(index));
+        }
+        else if (op == "q7kcomram")
+            put(prefix, "value", Q7K::Q7KComRAM().read(next()));
+        else if (op == "irqthread")
+        {
+            const char* name = argv[arg++];
+            raiseInterruptStandIn(prefix, name, arg < argc && std::strcmp(argv[arg++], "dspuart") == 0);
+        }
+        else if (op == "release")
+        {
+            box.reset();
+            Q7K::Q7KManagement::ShutdownQ7KHelper();
+            KvDriverApi::S_ReleaseInstance(next() != 0);
+            put(prefix, "after", KvDriverApi::S_GetInstance(0) != nullptr);
+            return 0;
+        }
+        else
+            return usage();
+        put(prefix, "ms", monotonicMs() - start);
+    }
+    box.reset();
+    Q7K::Q7KManagement::ShutdownQ7KHelper();
+    return 0;
 }
 
 } // namespace
@@ -316,6 +532,8 @@ int main(int argc, char** argv)
         std::printf("value=0x%02x\n", inb(static_cast<unsigned short>(std::strtoul(arg, nullptr, 0))));
         return 0;
     }
+    if (mode == "toolbox")
+        return toolbox(argc, argv);
     if (mode == "mmap")
         return mapRequest(argc, argv);
     if (mode == "ports")
