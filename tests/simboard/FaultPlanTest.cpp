@@ -2,6 +2,7 @@
 #include "MailboxDriver.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 using namespace simtest;
 
@@ -14,48 +15,44 @@ constexpr int kNotRead = -2;
 
 TEST(FaultPlan, FaultsShowInTheWakeupAndTheFirstPageRead)
 {
-    const struct
+    // Options; BoardWakeUp's code; the status of the EEPROM driver's first page read after it,
+    // kNotRead without one; the interface of the retry's bus recovery.
+    const std::tuple<const char*, int, int, uint32_t> rows[] = {
+        {"board=Q5K", 0, 0, 0},
+        {"board=ZEBX", 0, 0, 0},
+        {"board=Q5KP", 0, 0, 0},
+        {"board=Q5K fault=reset-stuck", 1, kNotRead, 0},
+        {"board=Q5K fault=ram-check-fail", 1, kNotRead, 0},
+        {"board=Q5K fault=bootstrap-silent", 2, kNotRead, 0},
+        {"board=Q5K fault=ident-fail=0x21", 3, kNotRead, 0},
+        {"board=Q5KP fault=version-fail=0x22", 4, kNotRead, 0},
+        {"board=ZEBX fault=version-fail=0x22", 4, kNotRead, 0},
+        {"board=Q5K fault=wakeup-step-fail=0x23", 5, kNotRead, 0},
+        {"board=Q5KP fault=wakeup-step-fail=0x23", 0, 0, 0},
+        {"board=Q5K fault=i2c-stuck", 6, kNotRead, 0},
+        {"board=Q5K fault=i2c-stuck", 0, 0, 0x2F24}, // the retry's bus reset reaches the pin
+        {"board=ZEBX fault=i2c-stuck-hard", 6, kNotRead, 0},
+        {"board=Q5K fault=ucode-absent", 0, kTimedOut, 0},
+        {"board=Q5KP fault=ucode-refuse", 0, 0x7F, 0},
+        {"board=Q5K fault=ucode-timeout", 0, kTimedOut, 0},
+        {"board=Q5K fault=status-stuck=0x80", 2, kNotRead, 0},
+        {"board=Q5KP fault=status-stuck=0xFF", 2, kNotRead, 0},
+        {"board=Q5K fault=eeprom-busy=1", 0, 2, 0},
+        {"board=Q5K fault=page-status=0x0180:0x05", 0, 0, 0},
+        {"board=Q5K fault=ram-late=2", 0, 0, 0},
+        {"board=Q5K fault=ram-late=100000", 1, kNotRead, 0},
+        {"board=ZEBX fault=bootstrap-late=2", 0, 0, 0},
+        {"board=Q5K fault=bootstrap-late=100000", 2, kNotRead, 0},
+        {"board=Q5KP fault=status-unsettled=3", 0, 0, 0}};
+    for (const auto& [options, wakeCode, firstPageRead, busResetMailbox] : rows)
     {
-        const char* fault;
-        const char* board;
-        int wakeCode;
-        int firstPageRead; // status of the EEPROM driver's first page read after the wake-up
-        uint32_t busResetMailbox = 0;
-    } rows[] = {{"", "Q5K", 0, 0},
-                {"", "ZEBX", 0, 0},
-                {"", "Q5KP", 0, 0},
-                {"reset-stuck", "Q5K", 1, kNotRead},
-                {"ram-check-fail", "Q5K", 1, kNotRead},
-                {"bootstrap-silent", "Q5K", 2, kNotRead},
-                {"ident-fail=0x21", "Q5K", 3, kNotRead},
-                {"version-fail=0x22", "Q5KP", 4, kNotRead},
-                {"version-fail=0x22", "ZEBX", 4, kNotRead},
-                {"wakeup-step-fail=0x23", "Q5K", 5, kNotRead},
-                {"wakeup-step-fail=0x23", "Q5KP", 0, 0},
-                {"i2c-stuck", "Q5K", 6, kNotRead},
-                {"i2c-stuck", "Q5K", 0, 0, 0x2F24}, // the retry's bus reset reaches the pin
-                {"i2c-stuck-hard", "ZEBX", 6, kNotRead},
-                {"ucode-absent", "Q5K", 0, kTimedOut},
-                {"ucode-refuse", "Q5KP", 0, 0x7F},
-                {"ucode-timeout", "Q5K", 0, kTimedOut},
-                {"status-stuck=0x80", "Q5K", 2, kNotRead},
-                {"status-stuck=0xFF", "Q5KP", 2, kNotRead},
-                {"eeprom-busy=1", "Q5K", 0, 2},
-                {"page-status=0x0180:0x05", "Q5K", 0, 0},
-                {"ram-late=2", "Q5K", 0, 0},
-                {"ram-late=100000", "Q5K", 1, kNotRead},
-                {"bootstrap-late=2", "ZEBX", 0, 0},
-                {"bootstrap-late=100000", "Q5K", 2, kNotRead},
-                {"status-unsettled=3", "Q5KP", 0, 0}};
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(std::string(row.fault) + " on " + row.board);
-        MailboxDriver host(std::string("board=") + row.board + (*row.fault ? " fault=" : "") + row.fault);
-        host.bsMailbox = row.busResetMailbox;
-        EXPECT_EQ(row.wakeCode, host.boardWakeUp(3));
+        SCOPED_TRACE(options);
+        MailboxDriver host(options);
+        host.bsMailbox = busResetMailbox;
+        EXPECT_EQ(wakeCode, host.boardWakeUp(3));
         Bytes page;
-        if (row.firstPageRead != kNotRead)
-            EXPECT_EQ(row.firstPageRead, host.eepromRead(256, 64, &page));
+        if (firstPageRead != kNotRead)
+            EXPECT_EQ(firstPageRead, host.eepromRead(256, 64, &page));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "MailboxDriver.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 using namespace simtest;
 
@@ -53,34 +54,28 @@ TEST(Q7kUart, FifoDrainsOneByteATimeOnlyWhileTheTransmitterIsEnabled)
 
 TEST(PsuController, SwitchesTheMicroCodeOnlyOnAnEscapedThreefoldCommandAtTheRightRate)
 {
-    const struct
+    // Options, the bytes sent, the rate's low divisor byte (0x32 is the controller's), whether the
+    // FIFO drained, whether the micro-code still runs, a traced event and how often it shows.
+    const std::tuple<const char*, Bytes, uint8_t, bool, bool, const char*, size_t> rows[] = {
+        {"", kOff, 0x32, true, false, "\"ev\":\"psu\",\"mask\":\"0x00\",\"state\":\"off\"", 1},
+        // Bytes before an escape, a wrong escape, a command whose copies disagree.
+        {"",
+         {0x20, 0x20, 0x20, 0x1B, 0x48, 0x20, 0x20, 0x20, 0x1B, 0x47, 0x20, 0x21, 0x20},
+         0x32,
+         true,
+         true,
+         "\"ev\":\"psu\",\"rejected\"",
+         8},
+        {"", kOff, 0x33, true, true, "\"ev\":\"psu\",\"rx\":\"garbled\"", 5},
+        {"fault=uart-stuck", kOff, 0x32, false, true, "\"ev\":\"psu\"", 0}};
+    for (const auto& [options, bytes, rate, drained, ucodeRuns, event, events] : rows)
     {
-        const char* options;
-        Bytes bytes;
-        uint8_t rate; // 0x32 is the controller's
-        bool drained;
-        bool ucodeRuns;
-        std::string event;
-        size_t events;
-    } rows[] = {{"", kOff, 0x32, true, false, "\"ev\":\"psu\",\"mask\":\"0x00\",\"state\":\"off\"", 1},
-                // Bytes before an escape, a wrong escape, a command whose copies disagree.
-                {"",
-                 {0x20, 0x20, 0x20, 0x1B, 0x48, 0x20, 0x20, 0x20, 0x1B, 0x47, 0x20, 0x21, 0x20},
-                 0x32,
-                 true,
-                 true,
-                 "\"ev\":\"psu\",\"rejected\"",
-                 8},
-                {"", kOff, 0x33, true, true, "\"ev\":\"psu\",\"rx\":\"garbled\"", 5},
-                {"fault=uart-stuck", kOff, 0x32, false, true, "\"ev\":\"psu\"", 0}};
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(row.event);
-        MailboxDriver host(std::string("board=Q7K ") + row.options);
-        EXPECT_EQ(row.drained, host.psuSend(row.bytes, row.rate));
+        SCOPED_TRACE(event);
+        MailboxDriver host(std::string("board=Q7K ") + options);
+        EXPECT_EQ(drained, host.psuSend(bytes, rate));
         host.wait(500 * kMs);
-        EXPECT_EQ(row.ucodeRuns, handshake(host));
-        EXPECT_EQ(row.events, host.trace.count({row.event}));
+        EXPECT_EQ(ucodeRuns, handshake(host));
+        EXPECT_EQ(events, host.trace.count({event}));
     }
 }
 
