@@ -237,6 +237,7 @@ bool MailboxDriver::psuSend(const Bytes& bytes, uint8_t rate)
 
 void MailboxDriver::run(const std::string& script)
 {
+    SCOPED_TRACE(script);
     for (const std::string& step : words(script))
     {
         SCOPED_TRACE(step);
@@ -261,14 +262,22 @@ void MailboxDriver::run(const std::string& script)
         }
         else if (op == 't')
             wait(a * kUs);
+        else if (op == 'g')
+            setReg(static_cast<uint8_t>(a), static_cast<uint8_t>(v));
         else
-            EXPECT_EQ(static_cast<int>(v), op == 'r'   ? read(a)
-                                           : op == 'm' ? memoryCheck()
-                                           : op == 'p' ? server.portRead(static_cast<uint16_t>(a), now)
-                                           : op == 'W' ? eepromWrite(static_cast<uint16_t>(a), data)
-                                           : op == 'R' ? eepromRead(static_cast<uint16_t>(a), n, &data)
-                                           : op == 'P' ? transfer(0xA4, {}, 0, nullptr)
-                                                       : eeprom.at(a));
+        {
+            const int actual = op == 'r'   ? read(a)
+                               : op == 'm' ? memoryCheck()
+                               : op == 'p' ? server.portRead(static_cast<uint16_t>(a), now)
+                               : op == 'q' ? reg(static_cast<uint8_t>(a))
+                               : op == 'W' ? eepromWrite(static_cast<uint16_t>(a), data)
+                               : op == 'R' ? eepromRead(static_cast<uint16_t>(a), n, &data)
+                               : op == 'P' ? transfer(0xA4, {}, 0, nullptr)
+                               : op == 'M' ? eeprom.at(a)
+                                           : -2; // no such step
+
+            EXPECT_EQ(static_cast<int>(v), actual);
+        }
     }
 }
 

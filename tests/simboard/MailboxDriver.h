@@ -76,7 +76,8 @@ public:
 
     // Runs a script of steps, numbers in hex but for t and COUNT: wOFFSET=VALUE writes the
     // RAM, rOFFSET=VALUE reads it; tMICROSECONDS; m=1 (or 0) the memory check passes (or not);
-    // cOPCODE posts a command on interface 0 and rings; pPORT=VALUE reads a port;
+    // cOPCODE posts a command on interface 0 and rings; pPORT=VALUE reads a port; gINDEX=VALUE
+    // sets a Q7K register, qINDEX=VALUE reads one;
     // WADDRESS+COUNT=STATUS writes COUNT bytes 1, 2, 3... to the EEPROM, RADDRESS+COUNT=STATUS
     // reads, P=STATUS polls it with an empty write; MADDRESS=VALUE is a byte of the caller's image.
     void run(const std::string& script);

@@ -27,29 +27,17 @@ bool handshake(MailboxDriver& host)
 TEST(Q7kRegisterFile, IdentityRegistersAreConfiguredAndReadOnly)
 {
     MailboxDriver host("board=Q7K q7k-regs=0xD3,0x07,0x45,0x09");
-    for (uint8_t index = 0; index < 4; ++index)
-        host.setReg(index, 0);
-    host.setReg(80, 0x5C);
-    EXPECT_EQ((Bytes{0xD3, 0x07, 0x45, 0x09, 0x5C}),
-              (Bytes{host.reg(0), host.reg(1), host.reg(2), host.reg(3), host.reg(80)}));
-    EXPECT_EQ(80u, host.server.portRead(0x351, host.now)) << "the index port reads back";
+    host.run("g0=0 g1=0 g2=0 g3=0 g50=5C q0=D3 q1=7 q2=45 q3=9 q50=5C p351=50");
 }
 
 TEST(Q7kUart, FifoDrainsOneByteATimeOnlyWhileTheTransmitterIsEnabled)
 {
     MailboxDriver host("board=Q7K timing=uart-byte=100");
-    host.setReg(34, 0x1B);
-    host.wait(100 * kMs);
-    EXPECT_EQ(0x00u, host.reg(34) & 0x01) << "transmitter disabled";
-    ASSERT_TRUE(host.psuSend({})); // link set up: the waiting byte goes
-    host.setReg(35, 0x00);
-    for (int i = 0; i < 130; ++i) // two beyond the FIFO's depth are lost
-        host.setReg(34, 0x20);
-    host.setReg(35, 0x01);
-    host.wait(128 * 100 * kUs - kUs);
-    EXPECT_EQ(0x00u, host.reg(34) & 0x01);
-    host.wait(kUs);
-    EXPECT_EQ(0x01u, host.reg(34) & 0x01);
+    std::string overrun; // two bytes beyond the FIFO's depth are lost
+    for (int i = 0; i < 130; ++i)
+        overrun += "g22=20 ";
+    host.run("g22=1B t100000 q22=0 g20=DC g21=32 g23=1 t99 q22=0 t1 q22=1 g23=0 " + overrun +
+             "g23=1 t12799 q22=0 t1 q22=1");
 }
 
 TEST(PsuController, SwitchesTheMicroCodeOnlyOnAnEscapedThreefoldCommandAtTheRightRate)
