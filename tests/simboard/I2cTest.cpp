@@ -64,6 +64,6 @@ TEST(I2cBus, StuckBusIsFreedOnlyByTenPulsesOnTheGpioPin)
             host.write(0x0002, 0xA2);
             host.writeLe(0x0004, 0, 4);
             EXPECT_EQ(after, host.command(0x90));
-            EXPECT_EQ(after == 0 ? 1u : 0u, host.trace.count({"\"bus\":\"freed\""}));
+            EXPECT_EQ(after == 0 ? 1u : 0u, host.trace.count("\"bus\":\"freed\""));
         }
 }

@@ -1,6 +1,5 @@
 #include "MailboxDriver.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -9,17 +8,6 @@
 
 namespace simtest
 {
-
-size_t RecordingSink::count(std::initializer_list<std::string> fragments) const
-{
-    return std::count_if(lines.begin(), lines.end(),
-                         [&](const std::string& line)
-                         {
-                             return std::all_of(fragments.begin(), fragments.end(),
-                                                [&](const std::string& f)
-                                                { return line.find(f) != std::string::npos; });
-                         });
-}
 
 std::vector<std::string> words(const std::string& text)
 {

@@ -4,6 +4,7 @@
 
 #include "SimServer.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -22,8 +23,13 @@ class RecordingSink : public sim::TraceSink
 {
 public:
     void emit(const std::string& line) override { lines.push_back(line); }
-    // How many lines hold every one of the fragments.
-    size_t count(std::initializer_list<std::string> fragments) const;
+    // How many lines hold the fragment.
+    size_t count(const std::string& fragment) const
+    {
+        return std::count_if(lines.begin(), lines.end(),
+                             [&](const std::string& line)
+                             { return line.find(fragment) != std::string::npos; });
+    }
     std::vector<std::string> lines;
 };
 

@@ -63,7 +63,7 @@ TEST(PsuController, SwitchesTheMicroCodeOnlyOnAnEscapedThreefoldCommandAtTheRigh
         EXPECT_EQ(drained, host.psuSend(bytes, rate));
         host.wait(500 * kMs);
         EXPECT_EQ(ucodeRuns, handshake(host));
-        EXPECT_EQ(events, host.trace.count({event}));
+        EXPECT_EQ(events, host.trace.count(event));
     }
 }
 
@@ -80,5 +80,5 @@ TEST(PsuController, MicroCodeAnswersTheHandshakeWhenItHasBootedAfterPowerOn)
     EXPECT_EQ(0x80u, host.read(0x0001)) << "still booting";
     host.wait(100 * kMs);
     EXPECT_EQ(0x00u, host.read(0x0001)) << "a handshake posted during the boot is served when it ends";
-    EXPECT_EQ(1u, host.trace.count({"\"ev\":\"board\",\"state\":\"ucode-running\""}));
+    EXPECT_EQ(1u, host.trace.count("\"ev\":\"board\",\"state\":\"ucode-running\""));
 }

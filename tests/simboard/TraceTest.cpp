@@ -32,7 +32,7 @@ TEST(Trace, EventsCarryTheirFieldsInOrder)
           "\"ev\":\"reg\",\"port\":\"0x351\",\"value\":\"0x02\",\"dir\":\"w\"}",
           "\"ev\":\"reg\",\"port\":\"0x350\",\"index\":2,\"value\":\"0x99\",\"dir\":\"w\"}",
           "\"ev\":\"psu\",\"mask\":\"0x1F\",\"state\":\"on\"}"})
-        EXPECT_LE(1u, q5k.trace.count({fragment}) + q7k.trace.count({fragment})) << fragment;
+        EXPECT_LE(1u, q5k.trace.count(fragment) + q7k.trace.count(fragment)) << fragment;
 }
 
 TEST(Trace, LineStartsWithTheTimeInMicrosecondsAndEscapesStrings)
