@@ -28,7 +28,7 @@ KvDriverApi* KvDriverApi::S_GetInstance(uint32_t mask)
     {
         return S_mpKvDriverApiInstance;
     }
-    KVDRIVERAPIPARAM param_X = {mask, 0, 9};
+    KVDRIVERAPIPARAM param_X = {mask, 0, DRIVER_STATUS_NOT_READY};
     S_mpKvDriverApiInstance = new KvDriverApi(&param_X);
     if (param_X.Status_S32 != 0)
     {
@@ -130,7 +130,7 @@ int32_t KvDriverApi::GetKvDriverInterface(KVDRIVER_PINGUINTERFACE* out)
 {
     if (out == nullptr)
     {
-        return 22;
+        return DRIVER_STATUS_BAD_ARGUMENT;
     }
     for (int entry = 0; entry < 6; ++entry)
     {
@@ -146,10 +146,10 @@ int32_t KvDriverApi::KrpcBoardType()
 
 int32_t KvDriverApi::S_GetKvDriverInterface(KvDriverApi* api, KVDRIVER_PINGUINTERFACE* out)
 {
-    return api == nullptr ? 9 : api->GetKvDriverInterface(out);
+    return api == nullptr ? DRIVER_STATUS_NOT_READY : api->GetKvDriverInterface(out);
 }
 
 int32_t KvDriverApi::S_KrpcBoardType(KvDriverApi* api)
 {
-    return api == nullptr ? 9 : api->KrpcBoardType();
+    return api == nullptr ? DRIVER_STATUS_NOT_READY : api->KrpcBoardType();
 }

@@ -11,12 +11,12 @@ public:
     static KvDriverApi* S_GetInstance(uint32_t mask);
     static void S_ReleaseInstance(bool shutdownDevice);
 
-    // 22 for a null pointer, else the construction status.
+    // DRIVER_STATUS_BAD_ARGUMENT for a null pointer, else the construction status.
     int32_t GetKvDriverInterface(KVDRIVER_PINGUINTERFACE* out);
     int32_t KrpcBoardType();
 
     // Null-safe forms for callers that hold a handle that may be null: a null handle
-    // reports 9 (not constructed) and leaves the output untouched.
+    // reports DRIVER_STATUS_NOT_READY and leaves the output untouched.
     static int32_t S_GetKvDriverInterface(KvDriverApi* api, KVDRIVER_PINGUINTERFACE* out);
     static int32_t S_KrpcBoardType(KvDriverApi* api);
 
@@ -31,7 +31,7 @@ private:
 
     uint32_t mMask_U32 = 0;
     int32_t mKrpcBoardType_S32 = 0;
-    int32_t mStatus_S32 = 9;
+    int32_t mStatus_S32 = DRIVER_STATUS_NOT_READY;
     KVDRIVER_PINGUINTERFACE mInterface_X = {};
     int32_t mTraceFd_S32 = -1;
     int32_t mBoardType_S32 = 0;
