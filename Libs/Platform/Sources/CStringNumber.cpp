@@ -7,8 +7,8 @@ namespace Orx::Corvane::local
 {
 namespace
 {
-const char LOWER_DIGITS[] = "0123456789abcdefghijklmnopqrstuvwxyz";
-const char UPPER_DIGITS[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+const char S_pLowerDigits_c[] = "0123456789abcdefghijklmnopqrstuvwxyz";
+const char S_pUpperDigits_c[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
 // Digits from the least significant end backwards to `end`; a constant base lets the compiler
 // replace the division by a multiplication, and 32-bit values avoid 64-bit division on i386.
@@ -94,7 +94,7 @@ bool Number(SSink& out, unsigned long long value, unsigned base, const SField& f
     char pBuffer_c[64];
     char* const pEnd_c = pBuffer_c + sizeof pBuffer_c;
     const char* pFirst_c =
-        AllDigits(value, base, pEnd_c, (flags_U32 & FLAG_UPPER) ? UPPER_DIGITS : LOWER_DIGITS);
+        AllDigits(value, base, pEnd_c, (flags_U32 & FLAG_UPPER) ? S_pUpperDigits_c : S_pLowerDigits_c);
     const long long length_S64 = pEnd_c - pFirst_c;
     // Zero prints its digit even with precision 0.
     const long long precision_S64 = field.Precision_S32 > length_S64 ? field.Precision_S32 : length_S64;
@@ -117,7 +117,7 @@ size_t Dotted(const unsigned char* bytes, char* text)
             *pPos_c++ = '.';
         }
         char pDigits_c[3];
-        char* pFirst_c = Digits<10>(static_cast<unsigned>(bytes[i]), pDigits_c + 3, LOWER_DIGITS);
+        char* pFirst_c = Digits<10>(static_cast<unsigned>(bytes[i]), pDigits_c + 3, S_pLowerDigits_c);
         while (pFirst_c != pDigits_c + 3)
         {
             *pPos_c++ = *pFirst_c++;
@@ -128,7 +128,7 @@ size_t Dotted(const unsigned char* bytes, char* text)
 
 size_t Ethernet(const unsigned char* bytes, bool upper, char* text)
 {
-    const char* pDigitSet_c = upper ? UPPER_DIGITS : LOWER_DIGITS;
+    const char* pDigitSet_c = upper ? S_pUpperDigits_c : S_pLowerDigits_c;
     char* pPos_c = text;
     for (int i = 0; i < 6; ++i)
     {
