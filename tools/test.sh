@@ -4,6 +4,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.."
 bash tools/deps.sh
+mkdir -p build
 status=0
 total_pass=0
 total_fail=0
@@ -38,6 +39,18 @@ run_suite() {
     fi
 }
 
+# Every tracked C and C++ file in the committed format; the files that drift are listed.
+echo "=== format: check"
+if bash tools/format.sh --check > build/format.log 2>&1; then
+    tail -n 1 build/format.log
+    total_pass=$((total_pass + 1))
+else
+    cat build/format.log
+    echo "=== format: FAILED (bash tools/format.sh FILE... formats them)"
+    status=1
+    total_fail=$((total_fail + 1))
+fi
+
 run_suite i386 ""
 run_suite asan "" -LE '^(no-asan|sim|scenario|startup|release)$'
 run_suite tsan "syslog_tests platform_tests" -L '^(syslog|platform)$'
@@ -56,6 +69,6 @@ else
     total_fail=$((total_fail + 1))
 fi
 
-echo "=== summary (i386, asan, tsan, fuzz)"
+echo "=== summary (format, i386, asan, tsan, fuzz)"
 echo "total: ${total_pass} passed, ${total_fail} failed"
 exit $status
