@@ -7,6 +7,12 @@ class CeDspUart;
 class KvDriverApi
 {
 public:
+    // Bits of the mask: the drivers to open.
+    static constexpr uint32_t S_MASK_TIMECODE = 0x1;
+    static constexpr uint32_t S_MASK_GENLOCK = 0x2;
+    static constexpr uint32_t S_MASK_DSPUART = 0x4;
+    static constexpr uint32_t S_MASK_COMRAM = 0x8;
+
     // Mask 0 returns the existing instance (or null) and creates nothing.
     static KvDriverApi* S_GetInstance(uint32_t mask);
     static void S_ReleaseInstance(bool shutdownDevice);
