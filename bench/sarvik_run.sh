@@ -42,11 +42,11 @@ launcher_ms() {
     end=$(date +%s%N)
     echo $(((end - start) / 1000000))
 }
-read -r base_wall base_cpu base_mem <<<"$(measure --board Q5K -- /bin/true)"
-total_wall=$(launcher_ms --board Q5K -- "$tool")
-read -r q5k_wall q5k_cpu q5k_mem <<<"$(measure --board Q5K -- "$tool")"
-"$sim" --board Q5K -- "$tool" >"$tmp/q5k.out" 2>&1 || true
-read -r none_wall none_cpu none_mem <<<"$(measure --fault no-drivers -- "$tool")"
+read -r base_wall base_cpu base_mem <<<"$(measure --speed 1 --board Q5K -- /bin/true)"
+total_wall=$(launcher_ms --speed 1 --board Q5K -- "$tool")
+read -r q5k_wall q5k_cpu q5k_mem <<<"$(measure --speed 1 --board Q5K -- "$tool")"
+"$sim" --speed 1 --board Q5K -- "$tool" >"$tmp/q5k.out" 2>&1 || true
+read -r none_wall none_cpu none_mem <<<"$(measure --speed 1 --fault no-drivers -- "$tool")"
 
 ratio=$(awk -v w="$q5k_wall" -v f="$floor_ms" 'BEGIN { printf "%.3f", w / f }')
 q5k_ok=$(awk -v r="$ratio" 'BEGIN { print (r <= 1.10) ? "met" : "MISSED" }')

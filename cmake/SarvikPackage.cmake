@@ -7,7 +7,8 @@ add_custom_command(OUTPUT ${SARVIK_MAN_GZ}
     COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/Sarvik.8 > ${SARVIK_MAN_GZ}
     DEPENDS ${PROJECT_SOURCE_DIR}/Sarvik.8
     COMMENT "Compressing the manual page")
-set(SARVIK_CHANGELOG_GZ ${CMAKE_BINARY_DIR}/changelog.Debian.gz)
+# A native package (no Debian revision) names its changelog changelog.gz.
+set(SARVIK_CHANGELOG_GZ ${CMAKE_BINARY_DIR}/changelog.gz)
 add_custom_command(OUTPUT ${SARVIK_CHANGELOG_GZ}
     COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/packaging/changelog > ${SARVIK_CHANGELOG_GZ}
     DEPENDS ${PROJECT_SOURCE_DIR}/packaging/changelog
@@ -25,7 +26,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright ${SARVIK_CHANGELOG_GZ} D
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME sarvik)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_CONTACT "Sarvik team <sarvik@localhost>")
+set(CPACK_PACKAGE_CONTACT "Sarvik team <sarvik@sarvik.example.org>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 # Installed programs carry no debugging symbols; folders are 0755 whatever the builder's umask.
@@ -36,7 +37,8 @@ set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libjsoncpp25 (>= 1.9.5), libc6 (>= 2.34), libstdc++6 (>= 12), libgcc-s1")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "print the serial number and chassis model of a broadcast video server")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Sarvik wakes the server's codec board (ZEBX, Q5K, Q5KP or Q7K), reads the unit's
-identity record from the board's EEPROM and prints its serial number and chassis
-model, as text or JSON.")
+# The extended description's lines stay within 80 columns with the space that dpkg puts before each.
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Sarvik wakes the server's codec board (ZEBX, Q5K, Q5KP or Q7K), reads
+the unit's identity record from the board's EEPROM and prints its serial
+number and chassis model, as text or JSON.")
 include(CPack)

@@ -8,7 +8,7 @@ PACKAGES=(
     cmake ninja-build g++ gcc g++-multilib gcc-multilib clang libclang-rt-14-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev libbenchmark-dev:i386 libstb-dev
     libjsoncpp-dev libjsoncpp-dev:i386 libspdlog-dev libspdlog-dev:i386
-    util-linux procps psmisc file man-db groff-base time strace gdb binutils gzip
+    util-linux procps psmisc file man-db groff-base time strace gdb binutils gzip lintian
 )
 
 SUDO=""

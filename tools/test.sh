@@ -39,18 +39,6 @@ run_suite() {
     fi
 }
 
-# Every tracked C and C++ file in the committed format; the files that drift are listed.
-echo "=== format: check"
-if bash tools/format.sh --check > build/format.log 2>&1; then
-    tail -n 1 build/format.log
-    total_pass=$((total_pass + 1))
-else
-    cat build/format.log
-    echo "=== format: FAILED (bash tools/format.sh FILE... formats them)"
-    status=1
-    total_fail=$((total_fail + 1))
-fi
-
 run_suite i386 ""
 run_suite asan "" -LE '^(no-asan|sim|scenario|startup|release)$'
 run_suite tsan "syslog_tests platform_tests" -L '^(syslog|platform)$'
@@ -69,6 +57,44 @@ else
     total_fail=$((total_fail + 1))
 fi
 
-echo "=== summary (format, i386, asan, tsan, fuzz)"
+# run_stage NAME COMMAND...: one more pass, or one more failure, in the total.
+run_stage() {
+    local name="$1"; shift
+    echo "=== $name"
+    if "$@"; then
+        total_pass=$((total_pass + 1))
+    else
+        echo "=== $name: FAILED"
+        status=1
+        total_fail=$((total_fail + 1))
+    fi
+}
+
+# The i386 formatter against the x86_64 one (ASan build) on the same values and the fuzz corpus
+# that the run above left: the i386 floating-point unit must not change a single digit.
+run_stage "differential: formatter, i386 against x86_64" bash tools/formatdiff.sh \
+    build/i386/tests/fuzz/FormatReplay build/asan/tests/fuzz/FormatReplay build/fuzz/corpus/FormatFuzz
+
+# The Debian package as it ships: lintian finds no error and no warning in it.
+lint_package() {
+    cpack --config build/i386/CPackConfig.cmake -B build/lintian > build/lintian.log 2>&1 &&
+        lintian --fail-on error,warning build/lintian/sarvik_*_i386.deb &&
+        echo "lintian: $(basename build/lintian/sarvik_*_i386.deb) clean"
+}
+run_stage "lintian: Debian package" lint_package
+
+# Every tracked C and C++ file in the committed format; the files that drift are listed
+# (bash tools/format.sh FILE... formats them).
+run_stage "format: check" bash tools/format.sh --check
+
+# Non-blank lines of the tracked sources under the given folders.
+source_lines() {
+    git ls-files -- "$@" | grep -E '\.(c|cc|cpp|h|hpp|py|sh)$' | tr '\n' '\0' | xargs -0 cat | grep -cv '^[[:space:]]*$'
+}
+test_lines=$(source_lines tests)
+code_lines=$(source_lines Libs source sim bench tools)
+
+echo "=== summary (i386, asan, tsan, fuzz, differential, lintian, format)"
+awk -v t="$test_lines" -v c="$code_lines" 'BEGIN { printf "test/code lines: %d / %d = %.2f\n", t, c, t / c }'
 echo "total: ${total_pass} passed, ${total_fail} failed"
 exit $status

@@ -18,10 +18,9 @@ constexpr uint8_t kStuckRamBit = 0x20;
 } // namespace
 
 Board::Board(const BoardConfig& config, uint8_t* eeprom, TraceSink* trace)
-    : config_(config), faults_(config.faults, config.seed), trace_(trace), bus_(config.i2cByteNs),
-      eeprom_(eeprom, config.eepromWriteCycleNs), cpu_(bus_),
-      i2c_(faults_, zone_, bus_, config.commandLatencyNs, trace),
-      bootstrap_(config_, faults_, zone_, cpu_, i2c_),
+    : config_(config), traits_(ModelTraits::of(config.model)), faults_(config.faults, config.seed),
+      trace_(trace), bus_(config.i2cByteNs), eeprom_(eeprom, config.eepromWriteCycleNs), cpu_(bus_),
+      i2c_(faults_, zone_, bus_, trace), bootstrap_(config_, faults_, zone_, cpu_, i2c_),
       uart_(config.uartByteNs,
             [this](uint8_t byte, bool garbled, uint64_t t)
             {
@@ -40,15 +39,17 @@ Board::Board(const BoardConfig& config, uint8_t* eeprom, TraceSink* trace)
     if (faults_.powerCut(&pageWrites))
         eeprom_.cutPowerAfter(pageWrites);
     I2cDevice* identity = &eeprom_;
-    if (faults_.eepromBusyCount() > 0)
+    if (faults_.eepromBusyCount() > 0 || faults_.writeBusyCount() > 0)
     {
-        busyEeprom_.reset(new BusyFaultDevice(eeprom_, faults_.eepromBusyCount()));
+        busyEeprom_.reset(new BusyFaultDevice(eeprom_, faults_.eepromBusyCount(), faults_.writeBusyCount()));
         identity = busyEeprom_.get();
     }
     bus_.attach(I2cService::kEepromAddress, identity);
     bus_.attach(kDefaultI2cDevice, &ackDevice_);
     if (faults_.i2cStuck())
-        bus_.holdSdaLow(faults_.i2cStuckHard() ? 0 : 1 + faults_.rng().below(9));
+        bus_.holdSdaLow(faults_.i2cStuckHard() ? 0 : faults_.stuckPulses());
+    if (faults_.uartStuck())
+        uart_.jam();
     // A powered server's board has been woken before: its firmware runs and takes commands.
     fw_ = faults_.ucodeAbsent() ? Firmware::Absent : Firmware::MicroCode;
     zone_.set(CommandZone::kAddress, kDefaultI2cDevice);
@@ -56,7 +57,7 @@ Board::Board(const BoardConfig& config, uint8_t* eeprom, TraceSink* trace)
 
 bool Board::ramUsable() const
 {
-    return q7k() || (fw_ != Firmware::Reset && fw_ != Firmware::RamWait);
+    return !traits_.resetLine || (fw_ != Firmware::Reset && fw_ != Firmware::RamWait && !ramLate());
 }
 
 void Board::enter(Firmware next, uint64_t atNs, const char* state)
@@ -104,6 +105,16 @@ void Board::advance(uint64_t nowNs)
     {
         for (const auto& w : pending_[done].writes)
             zone_.set(w.first, w.second);
+        for (Awaited& a : awaited_)
+            if (a.mailbox == pending_[done].mailbox)
+                a.answered = true;
+        // The answer's last write is its status: with the fault, the board is still writing it.
+        if (faults_.flickerReads() != 0 && !pending_[done].writes.empty())
+        {
+            flickerOffset_ = pending_[done].writes.back().first;
+            flickerLeft_ = faults_.flickerReads();
+            flickerPending_ = false;
+        }
         ++done;
     }
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(done));
@@ -126,7 +137,7 @@ void Board::setResetLine(uint8_t value, uint64_t nowNs)
     TraceJson(nowNs, "reset").num("line", value).emitTo(trace_);
     if (value != 0)
     {
-        pending_.clear();
+        dropCommands();
         cpu_.reset();
         bootstrap_.reset();
         enter(Firmware::Reset, nowNs, "reset");
@@ -136,32 +147,39 @@ void Board::setResetLine(uint8_t value, uint64_t nowNs)
         return;
     readyAtNs_ = nowNs + config_.ramCheckDelayNs;
     fw_ = Firmware::RamWait;
+    resetSeen_ = true;
 }
 
 void Board::take(uint32_t mailbox, uint64_t nowNs)
 {
     if (fw_ == Firmware::Absent || !serving())
         return;
+    const uint8_t opcode = zone_.get(mailbox);
+    // A bootstrap that is still starting leaves the host's first presence queries where they are.
+    if (fw_ == Firmware::Bootstrap && opcode == 0x01 && faults_.takeBootstrapQuery())
+        return;
     if (mailbox == CommandZone::kOpcode)
         zone_.set(CommandZone::kDoorbell, 0);
-    const uint8_t opcode = zone_.get(mailbox);
     const bool microCode = fw_ == Firmware::MicroCode;
     TraceJson line(nowNs, "cmd");
     line.hex("mbx", mailbox, 4).hex8("op", opcode).str("by", microCode ? "ucode" : "bootstrap");
+    awaited_.erase(std::remove_if(awaited_.begin(), awaited_.end(),
+                                  [&](const Awaited& a) { return a.mailbox == mailbox; }),
+                   awaited_.end());
+    awaited_.push_back({mailbox, opcode, false, 0, faults_.takeUnsettled() ? 2u : 0u});
     if (microCode && faults_.ucodeTimesOut())
     {
         line.null("status").emitTo(trace_);
         return;
     }
     CommandResult result = bootstrap_.execute(opcode, nowNs, microCode, line);
-    if (result.latencyNs == 0)
-        result.latencyNs = config_.commandLatencyNs;
+    result.latencyNs += microCode ? config_.ucodeCommandNs : config_.bootstrapCommandNs;
     const uint8_t shown = faults_.stuckStatus() ? faults_.stuckStatus() : result.status;
     if (shown != result.status)
         line.hex8("real_status", result.status);
     result.answer.emplace_back(mailbox + 1, shown);
     const uint64_t doneNs = nowNs + result.latencyNs;
-    pending_.push_back({doneNs, std::move(result.answer)});
+    pending_.push_back({doneNs, mailbox, std::move(result.answer)});
     line.hex8("status", shown).num("done_us", doneNs / 1000).emitTo(trace_);
     // The bootstrap hands over to the micro-code once the host has identified the board.
     if (fw_ == Firmware::Bootstrap && opcode == 0x03 && result.status == 0)
@@ -175,11 +193,11 @@ void Board::switchComponents(uint8_t mask, uint64_t nowNs)
         .hex8("mask", mask)
         .str("state", mask == PsuController::kAllComponents ? "on" : "off")
         .emitTo(trace_);
-    if (!q7k())
+    if (!traits_.registerFile)
         return;
     if (mask != PsuController::kAllComponents)
     {
-        pending_.clear();
+        dropCommands();
         if (fw_ != Firmware::Off)
             enter(Firmware::Off, nowNs, "off");
         return;
@@ -195,19 +213,28 @@ uint8_t Board::comramRead(uint32_t offset, uint64_t nowNs)
 {
     offset %= CommandZone::kSize;
     advance(nowNs);
-    if (!q7k() && offset == CommandZone::kResetLine)
+    if (traits_.resetLine && offset == CommandZone::kResetLine)
         return zone_.get(offset);
     if (!ramUsable())
         return 0xFF;
-    const uint8_t value = zone_.get(offset);
-    return (!q7k() && faults_.ramCheckFails()) ? static_cast<uint8_t>(value | kStuckRamBit) : value;
+    uint8_t value = zone_.get(offset);
+    if (flickerLeft_ != 0 && offset == flickerOffset_)
+    {
+        if (flickerLeft_ != FaultPlan::kForever)
+            --flickerLeft_;
+        flickerPending_ = !flickerPending_;
+        value = flickerPending_ ? kPending : value;
+    }
+    if (traits_.resetLine && faults_.ramCheckFails())
+        return static_cast<uint8_t>(value | kStuckRamBit);
+    return statusRead(offset, value, nowNs);
 }
 
 void Board::comramWrite(uint32_t offset, uint8_t value, uint64_t nowNs)
 {
     offset %= CommandZone::kSize;
     advance(nowNs);
-    if (!q7k() && offset == CommandZone::kResetLine)
+    if (traits_.resetLine && offset == CommandZone::kResetLine)
     {
         setResetLine(value, nowNs);
         return;
@@ -219,7 +246,12 @@ void Board::comramWrite(uint32_t offset, uint8_t value, uint64_t nowNs)
         TraceJson(nowNs, "doorbell").hex8("op", zone_.get(CommandZone::kOpcode)).emitTo(trace_);
     }
     if (!ramUsable())
+    {
+        // A late RAM counts the host's probes: each writes the check word, then reads it back.
+        if (ramLate() && fw_ != Firmware::Reset && offset == CommandZone::kWord4)
+            faults_.takeRamProbe();
         return;
+    }
     zone_.set(offset, value);
     if (offset == CommandZone::kDoorbell)
     {
@@ -233,11 +265,44 @@ void Board::comramWrite(uint32_t offset, uint8_t value, uint64_t nowNs)
         take(offset - 1, nowNs);
 }
 
+void Board::dropCommands()
+{
+    pending_.clear();
+    awaited_.clear();
+}
+
+uint8_t Board::statusRead(uint32_t offset, uint8_t value, uint64_t nowNs)
+{
+    for (auto it = awaited_.begin(); it != awaited_.end(); ++it)
+    {
+        if (offset != it->mailbox + 1)
+            continue;
+        if (!it->answered || it->unsettledReads > 0 || value == kPending)
+        {
+            ++it->pendingReads;
+            if (!it->answered || it->unsettledReads == 0)
+                return value;
+            --it->unsettledReads;
+            return kPending;
+        }
+        // The host's first look at the answer: how often it found the command still pending.
+        TraceJson(nowNs, "polled")
+            .hex("mbx", it->mailbox, 4)
+            .hex8("op", it->opcode)
+            .num("pending", it->pendingReads)
+            .hex8("status", value)
+            .emitTo(trace_);
+        awaited_.erase(it);
+        return value;
+    }
+    return value;
+}
+
 void Board::traceReg(uint16_t port, uint8_t value, const char* dir, uint64_t nowNs)
 {
     TraceJson line(nowNs, "reg");
     line.hex("port", port, 3);
-    if (port == Q7kRegisterFile::kDataPort && q7k())
+    if (port == Q7kRegisterFile::kDataPort && traits_.registerFile)
         line.num("index", regs_.index());
     line.hex8("value", value).str("dir", dir).emitTo(trace_);
 }
@@ -246,9 +311,9 @@ uint8_t Board::portRead(uint16_t port, uint64_t nowNs)
 {
     advance(nowNs);
     uint8_t value = 0xFF; // nothing decodes the port: the bus floats high
-    if (q7k() && port == Q7kRegisterFile::kIndexPort)
+    if (traits_.registerFile && port == Q7kRegisterFile::kIndexPort)
         value = regs_.index();
-    else if (q7k() && port == Q7kRegisterFile::kDataPort)
+    else if (traits_.registerFile && port == Q7kRegisterFile::kDataPort)
         value = regs_.readData(nowNs);
     traceReg(port, value, "r", nowNs);
     advance(nowNs);
@@ -259,9 +324,9 @@ void Board::portWrite(uint16_t port, uint8_t value, uint64_t nowNs)
 {
     advance(nowNs);
     traceReg(port, value, "w", nowNs);
-    if (q7k() && port == Q7kRegisterFile::kIndexPort)
+    if (traits_.registerFile && port == Q7kRegisterFile::kIndexPort)
         regs_.selectIndex(value);
-    else if (q7k() && port == Q7kRegisterFile::kDataPort)
+    else if (traits_.registerFile && port == Q7kRegisterFile::kDataPort)
         regs_.writeData(value, nowNs);
     advance(nowNs);
 }

@@ -12,6 +12,7 @@
 #include "FaultPlan.h"
 #include "I2cBus.h"
 #include "I2cService.h"
+#include "ModelTraits.h"
 #include "PsuController.h"
 #include "Q7kRegisterFile.h"
 #include "Q7kUart.h"
@@ -49,10 +50,23 @@ private:
     struct Pending
     {
         uint64_t atNs;
+        uint32_t mailbox;
         ZoneWrites writes;
+    };
+    // A taken command whose status the host has not yet read: its status reads are counted.
+    struct Awaited
+    {
+        uint32_t mailbox;
+        uint8_t opcode;
+        bool answered;
+        uint32_t pendingReads;
+        uint32_t unsettledReads; // answered, still reading pending (status-unsettled)
     };
 
     bool q7k() const { return config_.model == BoardModel::Q7k; }
+    bool ramLate() const { return resetSeen_ && faults_.ramLate(); }
+    uint8_t statusRead(uint32_t offset, uint8_t value, uint64_t nowNs);
+    void dropCommands();
     bool ramUsable() const;
     bool serving() const { return fw_ == Firmware::Bootstrap || fw_ == Firmware::MicroCode; }
     void advance(uint64_t nowNs);
@@ -64,6 +78,7 @@ private:
     void traceReg(uint16_t port, uint8_t value, const char* dir, uint64_t nowNs);
 
     BoardConfig config_;
+    const ModelTraits& traits_;
     FaultPlan faults_;
     TraceSink* trace_;
     CommandZone zone_;
@@ -81,6 +96,12 @@ private:
     Firmware fw_;
     uint64_t readyAtNs_ = 0;
     std::vector<Pending> pending_;
+    std::vector<Awaited> awaited_;
+    bool resetSeen_ = false;
+    // The status byte last answered while it still flickers, and how many reads it has left.
+    uint32_t flickerOffset_ = 0;
+    uint32_t flickerLeft_ = 0;
+    bool flickerPending_ = false;
 };
 
 } // namespace sim

@@ -1,6 +1,8 @@
 #include "FaultPlan.h"
+#include "ModelTraits.h"
 #include "SimServer.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 namespace sim
@@ -37,41 +39,70 @@ bool fail(std::string* error, const std::string& text)
     return false;
 }
 
+struct Timing
+{
+    const char* name;
+    uint64_t BoardConfig::*field;
+    const char* description;
+};
+
+const Timing kTimings[] = {
+    {"ram-ready", &BoardConfig::ramCheckDelayNs, "the RAM works this long after the reset line is released"},
+    {"bootstrap-ready", &BoardConfig::bootstrapDelayNs, "the bootstrap runs this long after the RAM works"},
+    {"bootstrap-cmd", &BoardConfig::bootstrapCommandNs, "a bootstrap command's execution time"},
+    {"ucode-cmd", &BoardConfig::ucodeCommandNs,
+     "a micro-code command's execution time (I2C wire time apart)"},
+    {"i2c-byte", &BoardConfig::i2cByteNs, "I2C wire time of one byte"},
+    {"eeprom-write", &BoardConfig::eepromWriteCycleNs, "the EEPROM's write cycle after a page write"},
+    {"q7k-boot", &BoardConfig::q7kBootDelayNs, "the Q7K's micro-code starts this long after power-on"},
+    {"uart-byte", &BoardConfig::uartByteNs, "the Q7K UART sends one byte in this time"},
+};
+
 } // namespace
 
 BoardConfig::BoardConfig() = default;
+
+bool BoardConfig::applyTiming(const std::string& value, std::string* error)
+{
+    const size_t eq = value.find('=');
+    const std::string name = value.substr(0, eq);
+    for (const Timing& timing : kTimings)
+    {
+        if (name != timing.name)
+            continue;
+        const std::string number = eq == std::string::npos ? "" : value.substr(eq + 1);
+        char* end = nullptr;
+        const double us = std::strtod(number.c_str(), &end);
+        if (number.empty() || *end != '\0' || !(us >= 0) || us > 1e9)
+            return fail(error, "timing " + name + ": expected microseconds, e.g. " + name + "=250, got '" +
+                                   number + "'");
+        this->*timing.field = static_cast<uint64_t>(us * 1000 + 0.5);
+        return true;
+    }
+    std::string names;
+    for (const Timing& timing : kTimings)
+        names += (names.empty() ? "" : ", ") + std::string(timing.name);
+    return fail(error, "timing: unknown name '" + name + "' (" + names + ")");
+}
 
 bool BoardConfig::apply(const std::string& key, const std::string& value, std::string* error)
 {
     if (key == "board")
     {
-        struct Named
-        {
-            const char* name;
-            BoardModel model;
-            uint8_t ident;
-            uint8_t version0;
-        };
+        const ModelTraits* traits = ModelTraits::named(value);
+        if (traits == nullptr)
+            return fail(error, "board: unknown model '" + value + "' (" + ModelTraits::names() + ")");
         // Each model comes with identification and version bytes that make the host recognise
         // it; explicit "ident"/"version" options win whatever their order.
-        static const Named kModels[] = {{"ZEBX", BoardModel::Zebx, 0x12, 0x03},
-                                        {"Q5K", BoardModel::Q5k, 0xB2, 0x03},
-                                        {"Q5KP", BoardModel::Q5kp, 0xC5, 0x03},
-                                        {"Q5KP-V", BoardModel::Q5kpVariant, 0xC5, 0x0B},
-                                        {"Q7K", BoardModel::Q7k, 0xD1, 0x03}};
-        for (const Named& m : kModels)
-        {
-            if (value != m.name)
-                continue;
-            model = m.model;
-            if (!identSet_)
-                ident = m.ident;
-            if (!versionSet_)
-                version[0] = m.version0;
-            return true;
-        }
-        return fail(error, "board: unknown model '" + value + "' (ZEBX, Q5K, Q5KP, Q5KP-V, Q7K)");
+        model = traits->model;
+        if (!identSet_)
+            ident = traits->ident;
+        if (!versionSet_)
+            version[0] = traits->version0;
+        return true;
     }
+    if (key == "timing")
+        return applyTiming(value, error);
     if (key == "ident")
     {
         if (!parseByteList(value, &ident, 1))
@@ -116,6 +147,27 @@ bool BoardConfig::apply(const std::string& key, const std::string& value, std::s
 std::vector<std::string> faultNames()
 {
     return FaultPlan::descriptions();
+}
+
+std::vector<std::string> timingNames()
+{
+    const BoardConfig defaults;
+    std::vector<std::string> lines;
+    for (const Timing& timing : kTimings)
+    {
+        char head[64];
+        std::snprintf(head, sizeof head, "%s=%g", timing.name,
+                      static_cast<double>(defaults.*timing.field) / 1000);
+        std::string line = head;
+        line.resize(line.size() < 30 ? 30 : line.size() + 1, ' ');
+        lines.push_back(line + timing.description);
+    }
+    return lines;
+}
+
+std::string modelNames()
+{
+    return ModelTraits::names();
 }
 
 } // namespace sim

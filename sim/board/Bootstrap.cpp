@@ -7,18 +7,14 @@ namespace sim
 
 Bootstrap::Bootstrap(const BoardConfig& config, FaultPlan& faults, const CommandZone& zone, ColdFireBus& cpu,
                      I2cService& i2c)
-    : config_(config), faults_(faults), zone_(zone), cpu_(cpu), i2c_(i2c)
+    : config_(config), traits_(ModelTraits::of(config.model)), faults_(faults), zone_(zone), cpu_(cpu),
+      i2c_(i2c)
 {
-}
-
-bool Bootstrap::needsWakeupStep() const
-{
-    return config_.model == BoardModel::Zebx || config_.model == BoardModel::Q5k;
 }
 
 void Bootstrap::reset()
 {
-    i2cEnabled_ = !needsWakeupStep();
+    i2cEnabled_ = !traits_.wakeupStep;
 }
 
 CommandResult Bootstrap::memoryWrite(int width, TraceJson& line)
@@ -51,9 +47,7 @@ CommandResult Bootstrap::memoryRead(int width, TraceJson& line)
 CommandResult Bootstrap::execute(uint8_t opcode, uint64_t nowNs, bool microCode, TraceJson& line)
 {
     CommandResult result;
-    const bool q7k = config_.model == BoardModel::Q7k;
-    // The Q7K's micro-code serves the presence check and the EEPROM transfers only.
-    if (q7k && opcode != 0x01 && opcode != 0x90)
+    if (!traits_.knows(opcode))
     {
         result.status = kUnknownOpcode;
         return result;
@@ -98,11 +92,6 @@ CommandResult Bootstrap::execute(uint8_t opcode, uint64_t nowNs, bool microCode,
         }
         return i2c_.execute(nowNs, microCode);
     case 0x92:
-        if (!needsWakeupStep())
-        {
-            result.status = kUnknownOpcode;
-            return result;
-        }
         result.status = faults_.wakeupStepFailStatus();
         if (result.status == 0)
             i2cEnabled_ = true;

@@ -7,6 +7,7 @@
 #include "CommandZone.h"
 #include "FaultPlan.h"
 #include "I2cService.h"
+#include "ModelTraits.h"
 #include "SimServer.h"
 #include "TraceJson.h"
 
@@ -29,11 +30,11 @@ public:
     CommandResult execute(uint8_t opcode, uint64_t nowNs, bool microCode, TraceJson& line);
 
 private:
-    bool needsWakeupStep() const;
     CommandResult memoryWrite(int width, TraceJson& line);
     CommandResult memoryRead(int width, TraceJson& line);
 
     const BoardConfig& config_;
+    const ModelTraits& traits_;
     FaultPlan& faults_;
     const CommandZone& zone_;
     ColdFireBus& cpu_;

@@ -1,8 +1,9 @@
-// Wraps a bus device so that it does not acknowledge its address for a number of transactions,
-// as an EEPROM that stays busy longer than its data sheet says.
+// Wraps the identity EEPROM so that it does not acknowledge its address for a number of
+// transactions, as an EEPROM whose write cycle lasts longer than its data sheet says: a count
+// from the start, and a count after every page write.
 #pragma once
 
-#include "I2cDevice.h"
+#include "Eeprom24C256.h"
 
 namespace sim
 {
@@ -10,7 +11,10 @@ namespace sim
 class BusyFaultDevice : public I2cDevice
 {
 public:
-    BusyFaultDevice(I2cDevice& inner, uint32_t nacks) : inner_(inner), remaining_(nacks) {}
+    BusyFaultDevice(Eeprom24C256& inner, uint32_t nacks, uint32_t nacksAfterWrite)
+        : inner_(inner), remaining_(nacks), afterWrite_(nacksAfterWrite)
+    {
+    }
 
     bool select(bool read, uint64_t nowNs) override
     {
@@ -29,12 +33,16 @@ public:
     void stop(uint64_t nowNs) override
     {
         inTransaction_ = false;
+        const uint32_t before = inner_.pageWrites();
         inner_.stop(nowNs);
+        if (inner_.pageWrites() != before)
+            remaining_ += afterWrite_;
     }
 
 private:
-    I2cDevice& inner_;
+    Eeprom24C256& inner_;
     uint32_t remaining_;
+    uint32_t afterWrite_;
     bool inTransaction_ = false;
 };
 

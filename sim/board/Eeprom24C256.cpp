@@ -64,6 +64,7 @@ void Eeprom24C256::stop(uint64_t nowNs)
     if (!dataPending_)
         return;
     dataPending_ = false;
+    ++pageWrites_;
     busyUntilNs_ = nowNs + writeCycleNs_;
     pointer_ = static_cast<uint16_t>(pageBase_ + column_);
     if (powerCutArmed_ && committed_ >= powerCutAfter_)

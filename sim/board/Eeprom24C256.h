@@ -29,6 +29,8 @@ public:
 
     bool busy(uint64_t nowNs) const { return nowNs < busyUntilNs_; }
     uint32_t pageWritesCommitted() const { return committed_; }
+    // Page writes the chip took (committed or lost to a power cut).
+    uint32_t pageWrites() const { return pageWrites_; }
 
 private:
     uint8_t* memory_;
@@ -44,6 +46,7 @@ private:
     bool powerCutArmed_ = false;
     uint32_t powerCutAfter_ = 0;
     uint32_t committed_ = 0;
+    uint32_t pageWrites_ = 0;
 };
 
 } // namespace sim

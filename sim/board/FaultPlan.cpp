@@ -16,27 +16,42 @@ struct FaultInfo
     const char* args; // "" none; otherwise the argument pattern shown in help
     unsigned minArgs;
     unsigned maxArgs;
+    const char* kind; // what it breaks: firmware, bus, eeprom, or transient (heals after a count)
     const char* description;
 };
 
 const FaultInfo kFaults[] = {
-    {"reset-stuck", "", 0, 0, "the board never leaves reset: the RAM check never passes"},
-    {"ram-check-fail", "", 0, 0, "a data bit of the dual-port RAM is stuck: the check word never reads back"},
-    {"bootstrap-silent", "", 0, 0, "the RAM works but the bootstrap never answers a command"},
-    {"ident-fail", "STATUS", 1, 1, "opcode 0x05 (identification) answers STATUS"},
-    {"version-fail", "STATUS", 1, 1, "opcode 0x03 (version) answers STATUS"},
-    {"wakeup-step-fail", "STATUS", 1, 1, "opcode 0x92 (ZEBX/Q5K wake-up step) answers STATUS"},
-    {"i2c-stuck", "", 0, 0, "a device holds SDA low mid-byte until SCL is clocked by the GPIO pins"},
-    {"i2c-stuck-hard", "", 0, 0, "a device holds SDA low whatever is clocked"},
-    {"ucode-absent", "", 0, 0, "the micro-code never runs: its mailbox commands are never taken"},
-    {"ucode-refuse", "", 0, 0, "the micro-code answers every EEPROM transaction with 0x7F"},
-    {"ucode-timeout", "", 0, 0, "the micro-code takes commands and never answers them"},
-    {"eeprom-busy", "N", 1, 1, "the EEPROM does not acknowledge the next N transactions"},
-    {"page-status", "ADDR:STATUS[:COUNT]", 2, 3,
+    {"reset-stuck", "", 0, 0, "firmware", "the board never leaves reset: the RAM check never passes"},
+    {"ram-check-fail", "", 0, 0, "firmware",
+     "a data bit of the dual-port RAM is stuck: the check word never reads back"},
+    {"bootstrap-silent", "", 0, 0, "firmware", "the RAM works but the bootstrap never answers a command"},
+    {"ident-fail", "STATUS", 1, 1, "firmware", "opcode 0x05 (identification) answers STATUS"},
+    {"version-fail", "STATUS", 1, 1, "firmware", "opcode 0x03 (version) answers STATUS"},
+    {"wakeup-step-fail", "STATUS", 1, 1, "firmware", "opcode 0x92 (ZEBX/Q5K wake-up step) answers STATUS"},
+    {"i2c-stuck", "", 0, 0, "bus", "a device holds SDA low mid-byte until SCL is clocked by the GPIO pins"},
+    {"i2c-stuck-hard", "", 0, 0, "bus", "a device holds SDA low whatever is clocked"},
+    {"ucode-absent", "", 0, 0, "firmware", "the micro-code never runs: its mailbox commands are never taken"},
+    {"ucode-refuse", "", 0, 0, "firmware", "the micro-code answers every EEPROM transaction with 0x7F"},
+    {"ucode-timeout", "", 0, 0, "firmware", "the micro-code takes commands and never answers them"},
+    {"eeprom-busy", "N", 1, 1, "eeprom", "the EEPROM does not acknowledge the next N transactions"},
+    {"page-status", "ADDR:STATUS[:COUNT]", 2, 3, "eeprom",
      "transfers touching the page of ADDR answer STATUS (COUNT times)"},
-    {"bitflip", "COPY[:N]", 1, 2, "N seeded bit flips (default 1) in record copy 0|1|2|old"},
-    {"power-cut", "N", 1, 1, "after N accepted page writes the EEPROM stops changing"},
-    {"status-stuck", "0x80|0xFF", 1, 1, "every status the board writes reads as 0x80 or 0xFF"},
+    {"bitflip", "COPY[:N]", 1, 2, "eeprom", "N seeded bit flips (default 1) in record copy 0|1|2|old"},
+    {"power-cut", "N", 1, 1, "eeprom", "after N accepted page writes the EEPROM stops changing"},
+    {"status-stuck", "0x80|0xFF", 1, 1, "firmware", "every status the board writes reads as 0x80 or 0xFF"},
+    {"uart-stuck", "", 0, 0, "firmware", "the Q7K UART never sends: its FIFO never drains"},
+    {"ram-late", "N", 1, 1, "transient",
+     "the RAM check fails the host's first N probes (counted across resets)"},
+    {"bootstrap-late", "N", 1, 1, "transient",
+     "the bootstrap leaves the first N presence queries unanswered"},
+    {"write-busy", "N", 1, 1, "transient", "after each page write the EEPROM ignores N more transactions"},
+    {"reply-corrupt", "N", 1, 1, "transient", "one seeded data bit flips in each of the next N I2C replies"},
+    {"checksum-corrupt", "N", 1, 1, "transient",
+     "one seeded bit flips in the checksum of each of the next N replies with data"},
+    {"status-unsettled", "N", 1, 1, "transient",
+     "the next N statuses read pending twice more after they are written"},
+    {"status-flicker", "N", 0, 1, "transient",
+     "an answered status reads alternately 0x80 and the answer for N reads (without N: for ever)"},
 };
 
 const FaultInfo* findFault(const std::string& name)
@@ -81,7 +96,8 @@ bool checkArgs(const FaultRequest& request, std::string* error)
             return fail("ADDR beyond the EEPROM");
         return isFailureStatus(a[1]) ? true : fail("STATUS must be a failure status (not 0, 0x80, 0xFF)");
     }
-    if (request.name == "bitflip" && (a[0] > FaultPlan::kOldCopy || (a.size() > 1 && (a[1] == 0 || a[1] > 64))))
+    if (request.name == "bitflip" &&
+        (a[0] > FaultPlan::kOldCopy || (a.size() > 1 && (a[1] == 0 || a[1] > 64))))
         return fail("COPY is 0, 1, 2 or old and N is 1 to 64");
     if (request.name == "status-stuck" && a[0] != 0x80 && a[0] != 0xFF)
         return fail("the stuck status is 0x80 or 0xFF");
@@ -147,12 +163,23 @@ std::vector<std::string> FaultPlan::descriptions()
         if (info.args[0] != '\0')
             head += std::string("=") + info.args;
         head.resize(head.size() < 30 ? 30 : head.size() + 1, ' ');
-        lines.push_back(head + info.description);
+        lines.push_back(head + "[" + info.kind + "] " + info.description);
     }
     return lines;
 }
 
-FaultPlan::FaultPlan(const std::vector<FaultRequest>& faults, uint64_t seed) : rng_(seed)
+Rng FaultPlan::stream(uint64_t seed, const char* name)
+{
+    // Each fault draws from its own stream, so adding one fault does not move another's bits.
+    uint64_t hash = 0xCBF29CE484222325ull;
+    for (const char* c = name; *c != '\0'; ++c)
+        hash = (hash ^ static_cast<uint8_t>(*c)) * 0x100000001B3ull;
+    return Rng(seed ^ hash);
+}
+
+FaultPlan::FaultPlan(const std::vector<FaultRequest>& faults, uint64_t seed)
+    : stuckRng_(stream(seed, "i2c-stuck")), flipRng_(stream(seed, "bitflip")),
+      replyRng_(stream(seed, "reply-corrupt")), checksumRng_(stream(seed, "checksum-corrupt"))
 {
     for (const FaultRequest& f : faults)
     {
@@ -193,6 +220,22 @@ FaultPlan::FaultPlan(const std::vector<FaultRequest>& faults, uint64_t seed) : r
         }
         else if (f.name == "status-stuck")
             stuckStatus_ = static_cast<uint8_t>(a[0]);
+        else if (f.name == "uart-stuck")
+            uartStuck_ = true;
+        else if (f.name == "ram-late")
+            ramLate_ += a[0];
+        else if (f.name == "bootstrap-late")
+            bootstrapLate_ += a[0];
+        else if (f.name == "write-busy")
+            writeBusy_ += a[0];
+        else if (f.name == "reply-corrupt")
+            replyCorrupt_ += a[0];
+        else if (f.name == "checksum-corrupt")
+            checksumCorrupt_ += a[0];
+        else if (f.name == "status-unsettled")
+            unsettled_ += a[0];
+        else if (f.name == "status-flicker")
+            flickerReads_ = a.empty() ? kForever : a[0];
     }
 }
 
@@ -236,10 +279,37 @@ void FaultPlan::applyBitFlips(uint8_t* eeprom)
         for (uint32_t round = 0; round < 8 && intact(); ++round)
             for (uint32_t i = 0; i < flip.bits; ++i)
             {
-                const uint32_t bit = rng_.below(span * 8);
+                const uint32_t bit = flipRng_.below(span * 8);
                 base[bit / 8] ^= static_cast<uint8_t>(1u << (bit % 8));
             }
     }
+}
+
+} // namespace sim
+
+namespace sim
+{
+
+bool FaultPlan::takeCount(uint32_t* remaining)
+{
+    if (*remaining == 0)
+        return false;
+    --*remaining;
+    return true;
+}
+
+bool FaultPlan::corruptReply(std::vector<uint8_t>* data)
+{
+    if (data->empty() || !takeCount(&replyCorrupt_))
+        return false;
+    const uint32_t bit = replyRng_.below(static_cast<uint32_t>(data->size()) * 8);
+    (*data)[bit / 8] ^= static_cast<uint8_t>(1u << (bit % 8));
+    return true;
+}
+
+uint32_t FaultPlan::corruptChecksum(uint32_t checksum)
+{
+    return takeCount(&checksumCorrupt_) ? checksum ^ (1u << checksumRng_.below(32)) : checksum;
 }
 
 } // namespace sim

@@ -15,6 +15,7 @@ class FaultPlan
 {
 public:
     static constexpr uint32_t kOldCopy = 3;
+    static constexpr uint32_t kForever = 0xFFFFFFFF;
 
     // Parses one fault text; false with an error naming the fault and the bad argument.
     static bool parse(const std::string& text, FaultRequest* out, std::string* error);
@@ -39,6 +40,8 @@ public:
     bool powerCut(uint32_t* pageWrites) const;
     // 0 when no status is stuck, else 0x80 or 0xFF.
     uint8_t stuckStatus() const { return stuckStatus_; }
+    // Reads of a freshly answered status that still flicker (0: none, kForever: never settles).
+    uint32_t flickerReads() const { return flickerReads_; }
 
     // The status a transfer touching EEPROM byte address `address` answers instead of running,
     // or 0; counts the fault down.
@@ -46,9 +49,24 @@ public:
     // Applies the seeded bit flips to a 32 KiB image (only into records that are intact).
     void applyBitFlips(uint8_t* eeprom);
 
-    Rng& rng() { return rng_; }
+    // Rising SCL edges a stuck device needs (seeded).
+    uint32_t stuckPulses() { return 1 + stuckRng_.below(9); }
+    bool uartStuck() const { return uartStuck_; }
+
+    // Transient faults: each call that answers true uses one of its count up.
+    bool takeRamProbe() { return takeCount(&ramLate_); }
+    bool ramLate() const { return ramLate_ > 0; }
+    bool takeBootstrapQuery() { return takeCount(&bootstrapLate_); }
+    uint32_t writeBusyCount() const { return writeBusy_; }
+    bool takeUnsettled() { return takeCount(&unsettled_); }
+    // Flips one seeded bit of a non-empty reply; false when no reply is due to be corrupted.
+    bool corruptReply(std::vector<uint8_t>* data);
+    uint32_t corruptChecksum(uint32_t checksum);
 
 private:
+    static Rng stream(uint64_t seed, const char* name);
+    static bool takeCount(uint32_t* remaining);
+
     struct PageStatus
     {
         uint16_t page;
@@ -62,7 +80,10 @@ private:
         uint32_t bits;
     };
 
-    Rng rng_;
+    Rng stuckRng_;
+    Rng flipRng_;
+    Rng replyRng_;
+    Rng checksumRng_;
     bool resetStuck_ = false;
     bool ramCheckFail_ = false;
     bool bootstrapSilent_ = false;
@@ -78,6 +99,14 @@ private:
     bool powerCutSet_ = false;
     uint32_t powerCutAfter_ = 0;
     uint8_t stuckStatus_ = 0;
+    bool uartStuck_ = false;
+    uint32_t ramLate_ = 0;
+    uint32_t bootstrapLate_ = 0;
+    uint32_t writeBusy_ = 0;
+    uint32_t replyCorrupt_ = 0;
+    uint32_t checksumCorrupt_ = 0;
+    uint32_t unsettled_ = 0;
+    uint32_t flickerReads_ = 0;
     std::vector<PageStatus> pageStatus_;
     std::vector<BitFlip> bitFlips_;
 };

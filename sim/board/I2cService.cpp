@@ -5,9 +5,8 @@
 namespace sim
 {
 
-I2cService::I2cService(FaultPlan& faults, const CommandZone& zone, I2cBus& bus, uint64_t latencyNs,
-                       TraceSink* trace)
-    : faults_(faults), zone_(zone), bus_(bus), latencyNs_(latencyNs), trace_(trace)
+I2cService::I2cService(FaultPlan& faults, const CommandZone& zone, I2cBus& bus, TraceSink* trace)
+    : faults_(faults), zone_(zone), bus_(bus), trace_(trace)
 {
 }
 
@@ -18,7 +17,6 @@ CommandResult I2cService::execute(uint64_t nowNs, bool microCode)
     const uint32_t writeCount = zone_.le(CommandZone::kWord4, 2);
     const uint32_t readCount = zone_.le(CommandZone::kWord6, 2);
     CommandResult result;
-    result.latencyNs = latencyNs_;
 
     TraceJson line(nowNs, "i2c");
     line.hex8("dev", device).num("wr", writeCount).num("rd", readCount);
@@ -59,12 +57,20 @@ CommandResult I2cService::execute(uint64_t nowNs, bool microCode)
     if (status == I2cBus::kOk)
     {
         uint32_t replySum = 1;
+        for (uint8_t byte : in)
+            replySum += byte;
+        if (faults_.corruptReply(&in))
+            line.str("corrupt", "data");
         for (size_t i = 0; i < in.size(); ++i)
-        {
             result.answer.emplace_back(CommandZone::kData + static_cast<uint32_t>(i), in[i]);
-            replySum += in[i];
+        if (checked && !in.empty())
+        {
+            const uint32_t sent = faults_.corruptChecksum(replySum);
+            if (sent != replySum)
+                line.str("corrupt", "checksum");
+            CommandZone::putLe(&result.answer, CommandZone::kChecksum, sent, 4);
         }
-        if (checked)
+        else if (checked)
             CommandZone::putLe(&result.answer, CommandZone::kChecksum, replySum, 4);
     }
     return done(status);

@@ -22,15 +22,15 @@ public:
     static constexpr uint8_t kBadChecksum = 0x08;
     static constexpr uint8_t kEepromAddress = 0xA4;
 
-    I2cService(FaultPlan& faults, const CommandZone& zone, I2cBus& bus, uint64_t latencyNs, TraceSink* trace);
+    I2cService(FaultPlan& faults, const CommandZone& zone, I2cBus& bus, TraceSink* trace);
 
+    // The result's latency is the wire time; the firmware adds its own.
     CommandResult execute(uint64_t nowNs, bool microCode);
 
 private:
     FaultPlan& faults_;
     const CommandZone& zone_;
     I2cBus& bus_;
-    uint64_t latencyNs_;
     TraceSink* trace_;
 };
 

@@ -9,7 +9,7 @@ Q7kUart::Q7kUart(uint64_t byteNs, Receiver deliver) : byteNs_(byteNs), deliver_(
 
 void Q7kUart::advance(uint64_t nowNs)
 {
-    if (!transmitting())
+    if (!transmitting() || jammed_)
         return;
     while (!fifo_.empty() && shiftStartNs_ + byteNs_ <= nowNs)
     {

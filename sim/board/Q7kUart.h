@@ -29,6 +29,8 @@ public:
     void advance(uint64_t nowNs);
     uint8_t read(uint8_t reg, uint64_t nowNs);
     void write(uint8_t reg, uint8_t value, uint64_t nowNs);
+    // A transmitter that never sends: the FIFO fills and never drains.
+    void jam() { jammed_ = true; }
     size_t queued() const { return fifo_.size(); }
     uint64_t dropped() const { return dropped_; }
 
@@ -42,6 +44,7 @@ private:
     std::deque<uint8_t> fifo_;
     uint64_t shiftStartNs_ = 0;
     uint64_t dropped_ = 0;
+    bool jammed_ = false;
 };
 
 } // namespace sim

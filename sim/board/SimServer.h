@@ -42,7 +42,8 @@ public:
     // Applies one launcher option; false with an error text for an unknown key or bad value.
     // Keys: "board" (ZEBX|Q5K|Q5KP|Q5KP-V|Q7K), "ident" (identification byte, e.g. 0xB2),
     // "version" (two bytes "0x03,0x12"), "q7k-regs" (four bytes "0xD1,0x02,0x34,0x05"),
-    // "fault" (a fault request NAME[=ARGS], repeatable), "seed" (unsigned 64-bit).
+    // "fault" (a fault request NAME[=ARGS], repeatable), "seed" (unsigned 64-bit), "timing"
+    // (NAME=MICROSECONDS, repeatable).
     bool apply(const std::string& key, const std::string& value, std::string* error);
 
     BoardModel model = BoardModel::Q5k;
@@ -52,22 +53,29 @@ public:
     std::vector<FaultRequest> faults;
     uint64_t seed = 1;
 
-    // Virtual delays in nanoseconds.
+    // Virtual latencies in nanoseconds, each a "timing" option (timingNames()).
     uint64_t ramCheckDelayNs = 5'000'000;
     uint64_t bootstrapDelayNs = 50'000'000;
-    uint64_t commandLatencyNs = 20'000;
+    uint64_t bootstrapCommandNs = 50'000;
+    uint64_t ucodeCommandNs = 100'000;
     uint64_t i2cByteNs = 25'000;
     uint64_t eepromWriteCycleNs = 5'000'000;
     uint64_t q7kBootDelayNs = 200'000'000;
     uint64_t uartByteNs = 260'417; // 38400 baud, 10 bits a character
 
 private:
+    bool applyTiming(const std::string& value, std::string* error);
+
     bool identSet_ = false;
     bool versionSet_ = false;
 };
 
 // Every board fault name with a one-line description, for --help.
 std::vector<std::string> faultNames();
+// Every timing name with its default and a one-line description, for --help.
+std::vector<std::string> timingNames();
+// "ZEBX|Q5K|...": the board models.
+std::string modelNames();
 // 32768 bytes: the built-in sample unit.
 std::vector<uint8_t> sampleEepromImage();
 // argv[0] = "make" or "show" ...; output on stdout, errors on stderr, returns exit status.

@@ -84,30 +84,24 @@ TEST_F(CEepromDataHandlerOnBoard, OutOfRangeCopyOrNullRecordIsRefused)
     EXPECT_EQ(mpHandler->WriteCopy(0, nullptr), 5);
 }
 
-TEST_F(CEepromDataHandlerOnBoard, CopyWithZeroChecksumIsRejectedAndRepairedFromTheNextCopy)
+// How a rejected copy is repaired from the next one is the scenario suite's.
+TEST_F(CEepromDataHandlerOnBoard, CopyWithZeroChecksumIsRejected)
 {
     ASSERT_EQ(mpHandler->Read(true), 0);
-    SETTINGSFILE record = mpHandler->GetSettings();
-    SETTINGSFILE broken = record;
+    SETTINGSFILE broken = mpHandler->GetSettings();
     broken.CheckSum_U32 = 0;
     ASSERT_EQ(mpHandler->WriteCopy(0, &broken), 0);
     SETTINGSFILE readBack = {};
     EXPECT_EQ(mpHandler->ReadCopy(0, &readBack), 6);
-
-    EXPECT_EQ(mpHandler->Read(true), 0x200);
-    EXPECT_EQ(memcmp(&mpHandler->GetSettings(), &record, sizeof(record)), 0);
-    EXPECT_EQ(mpHandler->ReadCopy(0, &readBack), 0);
-    EXPECT_EQ(memcmp(&readBack, &record, sizeof(record)), 0);
-    EXPECT_EQ(mpHandler->Read(true), 0);
 }
 
 // Damage done to the sample unit (three good copies of "KV0012345", an older record of
-// "KV001234") before Read, and what Read makes of it.
+// "KV001234") before Read, and what Read makes of it. Which copy is read and rewritten while one
+// is good is the scenario suite's: here the fallbacks behind the copies.
 struct DamageCase
 {
     const char* name;
-    bool brokenCopy[3];
-    bool brokenOld;
+    bool brokenOld; // all three copies are broken
     short result;
     bool valid;
     std::string serial;
@@ -128,10 +122,7 @@ TEST_P(CEepromDataHandlerDamage, FallsBackCopyByCopyThenOlderLayoutThenDefaults)
     broken.CheckSum_U32 = 0;
     for (unsigned copy = 0; copy < 3; copy++)
     {
-        if (c.brokenCopy[copy])
-        {
-            ASSERT_EQ(mpHandler->WriteCopy(copy, &broken), 0);
-        }
+        ASSERT_EQ(mpHandler->WriteCopy(copy, &broken), 0);
     }
     if (c.brokenOld)
     {
@@ -160,31 +151,10 @@ TEST_P(CEepromDataHandlerDamage, FallsBackCopyByCopyThenOlderLayoutThenDefaults)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    SampleUnit, CEepromDataHandlerDamage,
-    testing::Values(DamageCase{"Copy1", {false, true, false}, false, 0x200, true, "KV0012345", "ORX", 0},
-                    DamageCase{"Copies01", {true, true, false}, true, 0x200, true, "KV0012345", "ORX", 0},
-                    DamageCase{"AllCopies", {true, true, true}, false, 0x200, true, "KV001234", "ORX", 1},
-                    DamageCase{"AllCopiesAndOld", {true, true, true}, true, 11, false, "100000", "ORX", 0}),
-    [](const testing::TestParamInfo<DamageCase>& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(SampleUnit, CEepromDataHandlerDamage,
+                         testing::Values(DamageCase{"AllCopies", false, 0x200, true, "KV001234", "ORX", 1},
+                                         DamageCase{"AllCopiesAndOld", true, 11, false, "100000", "ORX", 0}),
+                         [](const testing::TestParamInfo<DamageCase>& info)
+                         { return std::string(info.param.name); });
 
-TEST_F(CEepromDataHandlerOnBoard, NineCharacterSerialRunsOnIntoTheRecord)
-{
-    ASSERT_EQ(mpHandler->Read(true), 0);
-    SETTINGSFILE record = mpHandler->GetSettings();
-    memcpy(record.SerialNumber_c, "123456789", 9);
-    memcpy(record.Reserved2_U8, "AB\0", 3);
-    record.CheckSum_U32 = 1;
-    const uint8_t* bytes = reinterpret_cast<const uint8_t*>(&record);
-    for (uint32_t i = 0; i < SETTINGS_CHECKSUM_SPAN; i++)
-    {
-        record.CheckSum_U32 += bytes[i];
-    }
-    for (unsigned copy = 0; copy < 3; copy++)
-    {
-        ASSERT_EQ(mpHandler->WriteCopy(copy, &record), 0);
-    }
-    ASSERT_EQ(mpHandler->Read(true), 0);
-    EXPECT_EQ(std::string(mpHandler->GetSerialNumber()), "123456789AB");
-}
 } // namespace

@@ -49,7 +49,6 @@ TEST_F(keyDriverOnBoard, WrittenPageReadsBackAfterTheWriteCycle)
             written[i] = static_cast<unsigned char>(i * 7 + checksumMode);
         }
         EXPECT_EQ(mpDriver->EEPROMWrite(SCRATCH_PAGE_ADDRESS, 64, written), 0);
-        // The EEPROM is still in its write cycle: the read finds it busy and polls.
         unsigned char read[64] = {};
         EXPECT_EQ(mpDriver->EEPROMRead(SCRATCH_PAGE_ADDRESS, 64, read), 0);
         EXPECT_EQ(memcmp(read, written, 64), 0);

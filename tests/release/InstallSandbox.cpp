@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fstream>
 #include <sched.h>
+#include <stdexcept>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -15,8 +16,7 @@ const char* const kLayeredFolders[] = {"/usr", "/etc", "/var"};
 
 bool Fail(const std::string& scratch, const std::string& call)
 {
-    const std::string text = call + ": " + std::strerror(errno);
-    CScratch::WriteText(scratch + "/sandbox.err", text, 0644);
+    std::ofstream(scratch + "/sandbox.err") << call << ": " << std::strerror(errno);
     return false;
 }
 
@@ -51,9 +51,15 @@ bool EnterNamespace(const std::string& scratch)
 }
 } // namespace
 
-bool CInstallSandbox::Run(const std::string& scratch, const std::vector<std::vector<std::string>>& steps,
-                          std::vector<ProgramResult>* results, std::string* error)
+bool CInstallSandbox::Run(CSimRun& sim, const std::vector<Args>& steps, std::vector<SSimResult>* results,
+                          std::string* error)
 {
+    const std::string scratch = sim.Path("install");
+    if (mkdir(scratch.c_str(), 0755) != 0)
+    {
+        *error = "mkdir " + scratch + ": " + std::strerror(errno);
+        return false;
+    }
     const pid_t child = fork();
     if (child < 0)
     {
@@ -66,16 +72,13 @@ bool CInstallSandbox::Run(const std::string& scratch, const std::vector<std::vec
         {
             _exit(125);
         }
+        for (size_t i = 0; i < steps.size(); ++i)
         {
-            CScratch runner;
-            for (size_t i = 0; i < steps.size(); ++i)
-            {
-                const ProgramResult r = runner.Run(steps[i]);
-                const std::string stem = scratch + "/step" + std::to_string(i);
-                CScratch::WriteText(stem + ".status", std::to_string(r.status), 0644);
-                CScratch::WriteText(stem + ".out", r.out, 0644);
-                CScratch::WriteText(stem + ".err", r.err, 0644);
-            }
+            const SSimResult r = sim.Host(steps[i]);
+            const std::string stem = scratch + "/step" + std::to_string(i);
+            std::ofstream(stem + ".status") << r.Status;
+            std::ofstream(stem + ".out") << r.Out;
+            std::ofstream(stem + ".err") << r.Err;
         }
         _exit(0);
     }
@@ -85,18 +88,18 @@ bool CInstallSandbox::Run(const std::string& scratch, const std::vector<std::vec
     }
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
     {
-        *error = "sandbox: " + CScratch::ReadText(scratch + "/sandbox.err");
+        *error = "sandbox: " + CSimRun::ReadText(scratch + "/sandbox.err");
         return false;
     }
     results->clear();
     for (size_t i = 0; i < steps.size(); ++i)
     {
         const std::string stem = scratch + "/step" + std::to_string(i);
-        ProgramResult r;
-        const std::string statusText = CScratch::ReadText(stem + ".status");
-        r.status = statusText.empty() ? -1 : std::stoi(statusText);
-        r.out = CScratch::ReadText(stem + ".out");
-        r.err = CScratch::ReadText(stem + ".err");
+        SSimResult r;
+        const std::string statusText = CSimRun::ReadText(stem + ".status");
+        r.Status = statusText.empty() ? -1 : std::stoi(statusText);
+        r.Out = CSimRun::ReadText(stem + ".out");
+        r.Err = CSimRun::ReadText(stem + ".err");
         results->push_back(r);
     }
     return true;

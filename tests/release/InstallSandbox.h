@@ -3,7 +3,7 @@
 // one after the other; everything they write into those folders vanishes with the child.
 #pragma once
 
-#include "ReleaseRun.h"
+#include "SimRun.h"
 
 #include <string>
 #include <vector>
@@ -13,6 +13,6 @@ class CInstallSandbox
 public:
     // One result per step, in order; false with a message naming the failing call when the
     // sandbox could not be built.
-    static bool Run(const std::string& scratch, const std::vector<std::vector<std::string>>& steps,
-                    std::vector<ProgramResult>* results, std::string* error);
+    static bool Run(CSimRun& scratch, const std::vector<Args>& steps, std::vector<SSimResult>* results,
+                    std::string* error);
 };

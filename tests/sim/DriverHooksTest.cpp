@@ -59,10 +59,111 @@ TEST(DriverHooks, APortNeverGrantedKillsTheProcessLikeTheMachine)
     EXPECT_EQ(h.probe({}, {"inb", "0x350"}).status, 128 + 11);
 }
 
-TEST(DriverHooks, AMappedAreaByteBeyondTheDriversPortsKillsTheProcess)
+struct MapCase
 {
+    const char* request; // sim-probe mmap NODE OPEN PROT FLAGS LENGTH OFFSET [STEP ARG]...
+    int status;
+    const char* out;
+};
+
+// Every row is one mmap (and mprotect) as the kernel and the communication RAM driver answer
+// it: what they refuse, with which errno, and what a mapping then lets the process reach.
+TEST(DriverHooks, MmapIsAnsweredAsTheKernelAndTheDriverDo)
+{
+    const MapCase cases[] = {
+        {"/dev/comram0 rw rw 1 0x8000 0x100000", 0, "mmap=ok\n"},
+        {"/dev/comram0 rw rw 1 0x9000 0x100000", 0, "mmap=EINVAL\n"},
+        {"/dev/comram0 rw rw 1 0 0x100000", 0, "mmap=EINVAL\n"},
+        {"/dev/comram0 rw rw 1 0x1000 0x100800", 0, "mmap=EINVAL\n"},
+        {"/dev/comram0 rw rw 1 0x2000 0x107000", 0, "mmap=EINVAL\n"},
+        {"/dev/comram0 rw rw 1 0x1000 0x2000", 0, "mmap=EINVAL\n"},
+        {"/dev/comram0 rw rw 0 0x1000 0x100000", 0, "mmap=EINVAL\n"},
+        {"/dev/comram0 rw rw 0x80003 0x1000 0x100000", 0, "mmap=EOPNOTSUPP\n"},
+        {"/dev/comram0 ro rw 1 0x1000 0x100000", 0, "mmap=EACCES\n"},
+        {"/dev/comram0 wo w 1 0x1000 0x100000", 0, "mmap=EACCES\n"},
+        {"/dev/timecode0 rw rw 1 0x1000 0", 0, "mmap=ENODEV\n"},
+        {"/dev/comram0 ro r 1 0x1000 0x100000 load 0xfff", 0, "mmap=ok\nvalue=0x00\n"},
+        {"/dev/comram0 rw rw 1 0x1000 0x100000 load 0x1000", 139, "mmap=ok\n"},
+        {"/dev/comram0 rw rw 1 0x1000 0x101000 store 0x10", 0, "mmap=ok\nown=0x5a board=0x5a\n"},
+        {"/dev/comram0 ro rw 2 0x1000 0x101000 store 0x10", 0, "mmap=ok\nown=0x5a board=0x00\n"},
+        {"/dev/comram0 rw r 1 0x1000 0x101000 store 0x10", 139, "mmap=ok\n"},
+        {"/dev/comram0 rw - 1 0x1000 0x100000 load 0", 139, "mmap=ok\n"},
+        {"/dev/comram0 rw - 1 0x1000 0x101000 protect rw store 0x10", 0,
+         "mmap=ok\nmprotect=ok\nown=0x5a board=0x5a\n"},
+        {"/dev/comram0 rw rw 1 0x1000 0x101000 protect r store 0x10", 139, "mmap=ok\nmprotect=ok\n"},
+        {"/dev/comram0 ro r 1 0x1000 0x100000 protect rw", 0, "mmap=ok\nmprotect=EACCES\n"},
+        {"/dev/comram0 ro r 2 0x1000 0x101000 protect rw store 0x10", 0,
+         "mmap=ok\nmprotect=ok\nown=0x5a board=0x00\n"},
+        {"/dev/comram0 rw rw 1 0x1000 0 load 0x3ff", 0, "mmap=ok\nvalue=0xff\n"},
+        {"/dev/comram0 rw rw 1 0x1000 0 load 0x400", 139, "mmap=ok\n"},
+    };
     SimHarness h;
-    EXPECT_EQ(h.probe({}, {"areabeyond"}).status, 128 + 11);
+    for (const MapCase& c : cases)
+    {
+        std::vector<std::string> args = {"mmap"};
+        for (const auto& word : SimHarness::words(c.request))
+            args.push_back(word);
+        const SimRunResult r = h.probe({}, args);
+        EXPECT_EQ(r.status, c.status) << c.request << "\n" << r.err;
+        EXPECT_EQ(r.out, c.out) << c.request;
+    }
+}
+
+// Port access needs effective root; giving ports back does not.
+TEST(DriverHooks, PortGrantsNeedEffectiveRoot)
+{
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{}, "ioperm=0 iopl=0 empty=EINVAL beyond=EINVAL release=0\n"},
+        {{"setpriv", "--reuid=1000", "--regid=1000", "--clear-groups"},
+         "ioperm=EPERM iopl=EPERM empty=EINVAL beyond=EINVAL release=0\n"},
+    };
+    SimHarness h;
+    const std::string probe = h.shareWithUsers(PROBE_PATH);
+    for (const auto& [user, out] : cases)
+    {
+        std::vector<std::string> args = {"--"};
+        args.insert(args.end(), user.begin(), user.end());
+        args.insert(args.end(), {probe, "ports"});
+        const SimRunResult r = h.sim(args);
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, out);
+    }
+}
+
+struct UserCase
+{
+    std::vector<std::string> command; // the program first
+    int status;
+    const char* out;
+    const char* syslog; // a line the system log must hold, or empty
+};
+
+// Driver nodes are root's alone, as on a server: an ordinary user running a program that is
+// not set-user-ID gets EACCES and the program goes on; the tool then fails its defined way.
+TEST(DriverHooks, AnOrdinaryUserGetsEaccesFromTheNodesAndKeepsRunning)
+{
+    const UserCase cases[] = {
+        {{PROBE_PATH, "config"}, 1, "error=Permission denied\n", ""},
+        {{SARVIK_TOOL_PATH}, 0, "", "\"message\":\"::ResetQXKBoard: failed, BoardWakeUp() returned 0x1\""},
+    };
+    SimHarness h;
+    for (const UserCase& c : cases)
+    {
+        std::vector<std::string> args = {"--syslog",
+                                         h.path("syslog"),
+                                         "--",
+                                         "setpriv",
+                                         "--reuid=1000",
+                                         "--regid=1000",
+                                         "--clear-groups",
+                                         h.shareWithUsers(c.command[0])};
+        args.insert(args.end(), c.command.begin() + 1, c.command.end());
+        const SimRunResult r = h.sim(args);
+        EXPECT_EQ(r.status, c.status) << c.command[0] << "\n" << r.err;
+        EXPECT_EQ(r.out, c.out) << c.command[0];
+        EXPECT_EQ(r.err, "") << c.command[0];
+        EXPECT_NE(SimHarness::readFile(h.path("syslog")).find(c.syslog), std::string::npos) << c.command[0];
+    }
 }
 
 TEST(DriverHooks, OnHostBoardZeroThePortsAreGrantedAndNoAreaIsMapped)

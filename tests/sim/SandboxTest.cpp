@@ -114,13 +114,7 @@ namespace
 TEST(Sandbox, SetUserIdProgramStartedByAnOrdinaryUserReachesTheDrivers)
 {
     SimHarness h;
-    ASSERT_EQ(chmod(h.path("").c_str(), 0755), 0);
-    const std::string probe = h.path("suid-probe");
-    {
-        std::ifstream in(PROBE_PATH, std::ios::binary);
-        std::ofstream out(probe, std::ios::binary);
-        out << in.rdbuf();
-    }
+    const std::string probe = h.shareWithUsers(PROBE_PATH);
     ASSERT_EQ(chown(probe.c_str(), 0, 0), 0);
     ASSERT_EQ(chmod(probe.c_str(), 04755), 0);
     const SimRunResult r =

@@ -1,6 +1,7 @@
-// Virtual time: the arithmetic every process of a run shares, and what a time64 i386 program
-// observes through its clocks and sleeps.
+// Virtual time: the reproducible clock every process of a run shares, what the program's own
+// activity costs in it, and what an i386 program observes through its clocks, sleeps and TSC.
 #include "VirtualClock.h"
+#include "PollCost.h"
 #include "SimHarness.h"
 
 #include <gtest/gtest.h>
@@ -9,51 +10,124 @@ namespace
 {
 
 constexpr int64_t kSecond = 1000000000LL;
+using simhost::PollCost;
 
-TEST(VirtualClock, RunsSpeedTimesFasterFromTheStartOfTheRun)
+TEST(VirtualClock, ReproducibleClockMovesOnlyWhenAdvanced)
 {
-    const simhost::VirtualClock clock(100 * kSecond, 2000000000LL * kSecond, 20);
-    EXPECT_EQ(clock.monotonicAt(100 * kSecond), 100 * kSecond);
-    EXPECT_EQ(clock.monotonicAt(101 * kSecond), 120 * kSecond);
-    EXPECT_EQ(clock.wallAt(101 * kSecond), 2000000020LL * kSecond);
-    EXPECT_EQ(clock.toReal(10 * kSecond), kSecond / 2);
-    EXPECT_EQ(clock.realMonoForMonotonic(120 * kSecond), 101 * kSecond);
-    EXPECT_EQ(clock.realMonoForWall(2000000020LL * kSecond), 101 * kSecond);
+    simhost::ClockPage page{};
+    const simhost::VirtualClock clock(100 * kSecond, 2000000000LL * kSecond, 0, 0, &page);
+    ASSERT_TRUE(clock.reproducible());
+    EXPECT_EQ(clock.monotonicNow(), 100 * kSecond);
+    clock.advance(kSecond / 2);
+    clock.advance(-kSecond);                                          // a deadline already past moves nothing
+    const simhost::VirtualClock other(100 * kSecond, 0, 0, 0, &page); // another process of the run
+    EXPECT_EQ(other.monotonicNow(), 100 * kSecond + kSecond / 2);
+    EXPECT_EQ(clock.wallNow(), 2000000000LL * kSecond + kSecond / 2);
+    EXPECT_EQ(clock.toReal(kSecond), kSecond) << "other threads wait a virtual span in real time";
 }
 
-TEST(VirtualClock, FractionalSpeedSlowsTimeDown)
+TEST(VirtualClock, SpeedScalesRealSpans)
 {
-    const simhost::VirtualClock clock(0, 0, 0.5);
-    EXPECT_EQ(clock.monotonicAt(2 * kSecond), kSecond);
+    const simhost::VirtualClock clock(0, 0, 0.5, 0, nullptr);
+    EXPECT_FALSE(clock.reproducible());
     EXPECT_EQ(clock.toReal(kSecond), 2 * kSecond);
+    EXPECT_EQ(clock.toVirtual(2 * kSecond), kSecond);
 }
 
-TEST(VirtualClock, ASleepOfTenSecondsLastsTenVirtualSecondsAtAnySpeed)
+// Each row: a sequence of events and the cost the last one is charged.
+struct CostCase
 {
-    for (const char* speed : {"50", "200"})
+    const char* name;
+    std::vector<char> events; // r: read of place 1 finding 0x80, R: another value, w: write, t: TSC, s: sleep
+    int64_t lastCostNs;
+};
+
+class PollCostTest : public testing::TestWithParam<CostCase>
+{
+};
+
+TEST_P(PollCostTest, ChargesTheLastEvent)
+{
+    PollCost cost;
+    int64_t last = 0;
+    for (char e : GetParam().events)
     {
-        SimHarness h;
-        const SimRunResult r = h.probe({"--speed", speed}, {"sleep", "10000"});
-        ASSERT_EQ(r.status, 0) << r.err;
-        EXPECT_GE(std::stoll(SimHarness::value(r.out, "virtual_ms")), 10000) << speed;
-        EXPECT_GE(std::stoll(SimHarness::value(r.out, "wall_s")), 9) << speed;
+        if (e == 't')
+            last = cost.tscRead();
+        else if (e == 's')
+            cost.waited();
+        else
+            last = cost.boardAccess(1, e == 'R' ? 0 : 0x80, e != 'w');
+    }
+    EXPECT_EQ(last, GetParam().lastCostNs);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Events, PollCostTest,
+    testing::Values(
+        CostCase{"first_read", {'r'}, PollCost::kAccessNs},
+        CostCase{"repeated_poll_doubles", {'r', 'r', 'r'}, 4 * PollCost::kAccessNs},
+        CostCase{"tsc_between_polls_keeps_doubling", {'r', 't', 'r', 't', 'r'}, 4 * PollCost::kAccessNs},
+        CostCase{"changed_value_starts_afresh", {'r', 'r', 'R'}, PollCost::kAccessNs},
+        CostCase{"write_starts_afresh", {'r', 'r', 'w', 'r'}, PollCost::kAccessNs},
+        CostCase{"sleep_starts_afresh", {'r', 'r', 's', 'r'}, PollCost::kAccessNs},
+        CostCase{"busy_wait_doubles", {'t', 't', 't'}, 4 * PollCost::kTscReadNs},
+        CostCase{"board_access_ends_busy_wait", {'t', 't', 'r', 't'}, PollCost::kTscReadNs},
+        CostCase{"capped", std::vector<char>(40, 't'), PollCost::kMaxNs}),
+    [](const testing::TestParamInfo<CostCase>& info) { return info.param.name; });
+
+struct SleepCase
+{
+    const char* speed; // nullptr: reproducible
+    bool exact;
+};
+
+class SleepTest : public testing::TestWithParam<SleepCase>
+{
+};
+
+TEST_P(SleepTest, ASleepOfTenSecondsLastsTenVirtualSeconds)
+{
+    SimHarness h;
+    std::vector<std::string> args;
+    if (GetParam().speed != nullptr)
+        args = {"--speed", GetParam().speed};
+    const SimRunResult r = h.probe(args, {"sleep", "10000"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_GE(std::stoll(SimHarness::value(r.out, "virtual_ms")), 10000);
+    EXPECT_GE(std::stoll(SimHarness::value(r.out, "wall_s")), 9);
+    if (GetParam().exact)
+    {
+        EXPECT_EQ(SimHarness::value(r.out, "virtual_ms"), "10000");
+        EXPECT_EQ(SimHarness::value(r.out, "tsc_ms"), "10000") << "the TSC runs on the virtual clock";
     }
 }
 
-TEST(VirtualClock, DateSetsTheWallClockBeyond2038ForTime64Programs)
+INSTANTIATE_TEST_SUITE_P(Speeds, SleepTest,
+                         testing::Values(SleepCase{nullptr, true}, SleepCase{"50", false},
+                                         SleepCase{"200", false}));
+
+struct DateCase
+{
+    const char* date;
+    const char* year;
+};
+
+class DateTest : public testing::TestWithParam<DateCase>
+{
+};
+
+TEST_P(DateTest, SetsTheWallClockForTime64Programs)
 {
     SimHarness h;
-    const SimRunResult r = h.probe({"--date", "2040-01-01T12:00:00"}, {"date"});
+    const SimRunResult r = h.probe({"--date", GetParam().date}, {"date"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(SimHarness::value(r.out, "time64"), "1");
-    EXPECT_EQ(SimHarness::value(r.out, "year"), "2040");
+    EXPECT_EQ(SimHarness::value(r.out, "year"), GetParam().year);
 }
 
-TEST(VirtualClock, DateAcceptsDateCommandSyntax)
-{
-    SimHarness h;
-    const SimRunResult r = h.probe({"--date", "2031-06-15 08:30"}, {"date"});
-    EXPECT_EQ(SimHarness::value(r.out, "year"), "2031") << r.err;
-}
+INSTANTIATE_TEST_SUITE_P(Dates, DateTest,
+                         testing::Values(DateCase{"2040-01-01T12:00:00", "2040"},
+                                         DateCase{"2031-06-15 08:30", "2031"}));
 
 } // namespace

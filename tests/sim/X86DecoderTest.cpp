@@ -10,7 +10,7 @@ namespace
 struct AccessCase
 {
     std::vector<uint8_t> code;
-    bool writes;
+    const char* use; // "r" reads the operand, "w" only stores to it, "rw" both
     int size;
 };
 
@@ -18,37 +18,37 @@ class DecodeAccess : public testing::TestWithParam<AccessCase>
 {
 };
 
-TEST_P(DecodeAccess, KnowsWidthAndDirection)
+TEST_P(DecodeAccess, KnowsWidthAndWhetherItReadsOrWrites)
 {
     std::vector<uint8_t> code = GetParam().code;
     code.resize(16, 0x90);
     const simhost::MemoryAccess a = simhost::X86Decoder::decodeAccess(code.data());
     EXPECT_TRUE(a.known);
-    EXPECT_EQ(a.writes, GetParam().writes);
+    EXPECT_EQ(std::string(a.reads ? "r" : "") + (a.writes ? "w" : ""), GetParam().use);
     EXPECT_EQ(a.size, GetParam().size);
 }
 
 INSTANTIATE_TEST_SUITE_P(Encodings, DecodeAccess,
-                         testing::Values(AccessCase{{0x88, 0x02}, true, 1},             // mov [edx], al
-                                         AccessCase{{0x89, 0x02}, true, 4},             // mov [edx], eax
-                                         AccessCase{{0x66, 0x89, 0x02}, true, 2},       // mov [edx], ax
-                                         AccessCase{{0xC6, 0x02, 0x01}, true, 1},       // mov byte [edx], 1
-                                         AccessCase{{0xC7, 0x02, 1, 0, 0, 0}, true, 4}, // mov dword [edx], 1
-                                         AccessCase{{0x66, 0xC7, 0x02, 1, 0}, true, 2}, // mov word [edx], 1
-                                         AccessCase{{0x0F, 0xB6, 0x02}, false, 1},  // movzx eax, byte [edx]
-                                         AccessCase{{0x0F, 0xB7, 0x02}, false, 2},  // movzx eax, word [edx]
-                                         AccessCase{{0x8A, 0x02}, false, 1},        // mov al, [edx]
-                                         AccessCase{{0x8B, 0x02}, false, 4},        // mov eax, [edx]
-                                         AccessCase{{0x80, 0x3A, 0x80}, false, 1},  // cmp byte [edx], 0x80
-                                         AccessCase{{0x80, 0x0A, 0x01}, true, 1},   // or byte [edx], 1
-                                         AccessCase{{0x38, 0x02}, false, 1},        // cmp [edx], al
-                                         AccessCase{{0x84, 0x02}, false, 1},        // test [edx], al
-                                         AccessCase{{0xF6, 0x02, 0x01}, false, 1},  // test byte [edx], 1
-                                         AccessCase{{0xFE, 0x02}, true, 1},         // inc byte [edx]
-                                         AccessCase{{0x86, 0x02}, true, 1},         // xchg [edx], al
-                                         AccessCase{{0xA2, 0, 0, 0, 0}, true, 1},   // mov [moffs], al
-                                         AccessCase{{0x3E, 0x88, 0x02}, true, 1},   // ds: mov [edx], al
-                                         AccessCase{{0x0F, 0x94, 0x02}, true, 1})); // sete [edx]
+                         testing::Values(AccessCase{{0x88, 0x02}, "w", 1},             // mov [edx], al
+                                         AccessCase{{0x89, 0x02}, "w", 4},             // mov [edx], eax
+                                         AccessCase{{0x66, 0x89, 0x02}, "w", 2},       // mov [edx], ax
+                                         AccessCase{{0xC6, 0x02, 0x01}, "w", 1},       // mov byte [edx], 1
+                                         AccessCase{{0xC7, 0x02, 1, 0, 0, 0}, "w", 4}, // mov dword [edx], 1
+                                         AccessCase{{0x66, 0xC7, 0x02, 1, 0}, "w", 2}, // mov word [edx], 1
+                                         AccessCase{{0x0F, 0xB6, 0x02}, "r", 1},   // movzx eax, byte [edx]
+                                         AccessCase{{0x0F, 0xB7, 0x02}, "r", 2},   // movzx eax, word [edx]
+                                         AccessCase{{0x8A, 0x02}, "r", 1},         // mov al, [edx]
+                                         AccessCase{{0x8B, 0x02}, "r", 4},         // mov eax, [edx]
+                                         AccessCase{{0x80, 0x3A, 0x80}, "r", 1},   // cmp byte [edx], 0x80
+                                         AccessCase{{0x80, 0x0A, 0x01}, "rw", 1},  // or byte [edx], 1
+                                         AccessCase{{0x38, 0x02}, "r", 1},         // cmp [edx], al
+                                         AccessCase{{0x84, 0x02}, "r", 1},         // test [edx], al
+                                         AccessCase{{0xF6, 0x02, 0x01}, "r", 1},   // test byte [edx], 1
+                                         AccessCase{{0xFE, 0x02}, "rw", 1},        // inc byte [edx]
+                                         AccessCase{{0x86, 0x02}, "rw", 1},        // xchg [edx], al
+                                         AccessCase{{0xA2, 0, 0, 0, 0}, "w", 1},   // mov [moffs], al
+                                         AccessCase{{0x3E, 0x88, 0x02}, "w", 1},   // ds: mov [edx], al
+                                         AccessCase{{0x0F, 0x94, 0x02}, "w", 1})); // sete [edx]
 
 TEST(DecodeAccess, ReportsInstructionsItDoesNotKnow)
 {
@@ -139,21 +139,22 @@ TEST_P(DecodeLoad, KnowsRegisterWidthAndLength)
 
 INSTANTIATE_TEST_SUITE_P(
     Encodings, DecodeLoad,
-    testing::Values(LoadCase{{0x0F, 0xB6, 0x02}, true, 0, 1, 4, false, 3},                 // movzx eax, byte [edx]
-                    LoadCase{{0x0F, 0xB6, 0x44, 0x24, 0x10}, true, 0, 1, 4, false, 5},     // movzx eax, [esp+0x10]
-                    LoadCase{{0x0F, 0xB6, 0x8A, 0x10, 0, 0, 0}, true, 1, 1, 4, false, 7}, // movzx ecx, [edx+0x10]
-                    LoadCase{{0x0F, 0xB6, 0x04, 0x0A}, true, 0, 1, 4, false, 4},           // movzx eax, [edx+ecx]
-                    LoadCase{{0x0F, 0xB6, 0x04, 0x25, 0, 0, 0, 0}, true, 0, 1, 4, false, 8}, // SIB, no base
-                    LoadCase{{0x0F, 0xB6, 0x05, 0, 0x10, 0, 0}, true, 0, 1, 4, false, 7},  // movzx eax, [disp32]
-                    LoadCase{{0x0F, 0xBE, 0x1A}, true, 3, 1, 4, true, 3},                  // movsx ebx, byte [edx]
-                    LoadCase{{0x0F, 0xB7, 0x32}, true, 6, 2, 4, false, 3},                 // movzx esi, word [edx]
-                    LoadCase{{0x0F, 0xBF, 0x3A}, true, 7, 2, 4, true, 3},                  // movsx edi, word [edx]
-                    LoadCase{{0x66, 0x0F, 0xB6, 0x02}, true, 0, 1, 2, false, 4},           // movzx ax, byte [edx]
-                    LoadCase{{0x8A, 0x62, 0x01}, true, 4, 1, 1, false, 3},                 // mov ah, [edx+1]
-                    LoadCase{{0x8B, 0x02}, true, 0, 4, 4, false, 2},                       // mov eax, [edx]
-                    LoadCase{{0x66, 0x8B, 0x0A}, true, 1, 2, 2, false, 3},                 // mov cx, [edx]
-                    LoadCase{{0x0F, 0xB6, 0xC2}, false, 0, 0, 0, false, 0},                // register operand
-                    LoadCase{{0x80, 0x3A, 0x80}, false, 0, 0, 0, false, 0},                // cmp byte [edx], 0x80
-                    LoadCase{{0x67, 0x8A, 0x07}, false, 0, 0, 0, false, 0},                // 16-bit addressing
-                    LoadCase{{0x88, 0x02}, false, 0, 0, 0, false, 0}));                    // a store
+    testing::Values(
+        LoadCase{{0x0F, 0xB6, 0x02}, true, 0, 1, 4, false, 3},                   // movzx eax, byte [edx]
+        LoadCase{{0x0F, 0xB6, 0x44, 0x24, 0x10}, true, 0, 1, 4, false, 5},       // movzx eax, [esp+0x10]
+        LoadCase{{0x0F, 0xB6, 0x8A, 0x10, 0, 0, 0}, true, 1, 1, 4, false, 7},    // movzx ecx, [edx+0x10]
+        LoadCase{{0x0F, 0xB6, 0x04, 0x0A}, true, 0, 1, 4, false, 4},             // movzx eax, [edx+ecx]
+        LoadCase{{0x0F, 0xB6, 0x04, 0x25, 0, 0, 0, 0}, true, 0, 1, 4, false, 8}, // SIB, no base
+        LoadCase{{0x0F, 0xB6, 0x05, 0, 0x10, 0, 0}, true, 0, 1, 4, false, 7},    // movzx eax, [disp32]
+        LoadCase{{0x0F, 0xBE, 0x1A}, true, 3, 1, 4, true, 3},                    // movsx ebx, byte [edx]
+        LoadCase{{0x0F, 0xB7, 0x32}, true, 6, 2, 4, false, 3},                   // movzx esi, word [edx]
+        LoadCase{{0x0F, 0xBF, 0x3A}, true, 7, 2, 4, true, 3},                    // movsx edi, word [edx]
+        LoadCase{{0x66, 0x0F, 0xB6, 0x02}, true, 0, 1, 2, false, 4},             // movzx ax, byte [edx]
+        LoadCase{{0x8A, 0x62, 0x01}, true, 4, 1, 1, false, 3},                   // mov ah, [edx+1]
+        LoadCase{{0x8B, 0x02}, true, 0, 4, 4, false, 2},                         // mov eax, [edx]
+        LoadCase{{0x66, 0x8B, 0x0A}, true, 1, 2, 2, false, 3},                   // mov cx, [edx]
+        LoadCase{{0x0F, 0xB6, 0xC2}, false, 0, 0, 0, false, 0},                  // register operand
+        LoadCase{{0x80, 0x3A, 0x80}, false, 0, 0, 0, false, 0},                  // cmp byte [edx], 0x80
+        LoadCase{{0x67, 0x8A, 0x07}, false, 0, 0, 0, false, 0},                  // 16-bit addressing
+        LoadCase{{0x88, 0x02}, false, 0, 0, 0, false, 0}));                      // a store
 } // namespace

@@ -43,14 +43,28 @@ TEST(BoardConfig, ParsesByteListsAndSeed)
     ASSERT_TRUE(config.apply("fault", "bitflip=old:2", nullptr));
     ASSERT_EQ(2u, config.faults.size());
     EXPECT_EQ((std::vector<uint32_t>{3, 2}), config.faults[1].args);
+    ASSERT_TRUE(config.apply("timing", "ram-ready=7000", nullptr));
+    ASSERT_TRUE(config.apply("timing", "uart-byte=86.8", nullptr));
+    EXPECT_EQ(7'000'000u, config.ramCheckDelayNs);
+    EXPECT_EQ(86'800u, config.uartByteNs);
 }
 
 TEST(BoardConfig, RejectsUnknownKeysAndBadValuesWithAText)
 {
-    const std::pair<const char*, const char*> bad[] = {
-        {"board", "Q9K"},           {"ident", "0x100"},    {"ident", "1,2"}, {"version", "0x03"},
-        {"version", "1,2,3"},       {"q7k-regs", "1,2,3"}, {"seed", "-1"},   {"seed", "abc"},
-        {"fault", "no-such-fault"}, {"speed", "20"}};
+    const std::pair<const char*, const char*> bad[] = {{"board", "Q9K"},
+                                                       {"ident", "0x100"},
+                                                       {"ident", "1,2"},
+                                                       {"version", "0x03"},
+                                                       {"version", "1,2,3"},
+                                                       {"q7k-regs", "1,2,3"},
+                                                       {"seed", "-1"},
+                                                       {"seed", "abc"},
+                                                       {"fault", "no-such-fault"},
+                                                       {"speed", "20"},
+                                                       {"timing", "ram-ready"},
+                                                       {"timing", "ram-ready=x"},
+                                                       {"timing", "ram-ready=-1"},
+                                                       {"timing", "no-such=1"}};
     for (const auto& option : bad)
     {
         sim::BoardConfig config;

@@ -62,7 +62,10 @@ INSTANTIATE_TEST_SUITE_P(
         FaultCase{"ucode-refuse", "Q5KP", 0, 0x7F}, FaultCase{"ucode-timeout", "Q5K", 0, kTimedOut},
         FaultCase{"status-stuck=0x80", "Q5K", 2, kNotRead},
         FaultCase{"status-stuck=0xFF", "Q5KP", 2, kNotRead}, FaultCase{"eeprom-busy=1", "Q5K", 0, 2},
-        FaultCase{"page-status=0x0120:0x05", "Q5K", 0, 5}, FaultCase{"page-status=0x0180:0x05", "Q5K", 0, 0}),
+        FaultCase{"page-status=0x0120:0x05", "Q5K", 0, 5}, FaultCase{"page-status=0x0180:0x05", "Q5K", 0, 0},
+        FaultCase{"ram-late=2", "Q5K", 0, 0}, FaultCase{"ram-late=100000", "Q5K", 1, kNotRead},
+        FaultCase{"bootstrap-late=2", "ZEBX", 0, 0}, FaultCase{"bootstrap-late=100000", "Q5K", 2, kNotRead},
+        FaultCase{"status-unsettled=3", "Q5KP", 0, 0}),
     caseName);
 
 TEST(FaultPlan, StuckBusIsFreedByTheRetryWhenTheResetReachesThePin)
@@ -81,6 +84,73 @@ TEST(FaultPlan, EepromBusyCountsTransactionsDown)
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(2, host.eepromRead(256, 64, &page)) << i;
     EXPECT_EQ(0, host.eepromRead(256, 64, &page));
+}
+
+// Each row: a transient fault and what the host sees from one command once it is answered.
+struct TransientCase
+{
+    const char* fault;
+    std::vector<uint8_t> statusReads; // successive reads of the status byte
+    uint32_t pendingTraced;
+};
+
+class TransientStatus : public ::testing::TestWithParam<TransientCase>
+{
+};
+
+TEST_P(TransientStatus, ReadsOfTheAnsweredStatus)
+{
+    sim::BoardConfig config;
+    if (*GetParam().fault)
+        ASSERT_TRUE(config.apply("fault", GetParam().fault, nullptr));
+    MailboxDriver host(config);
+    host.write(0x0000, 0x01);
+    host.write(0x0001, 0x80);
+    host.write(0x7FFF, 1);
+    EXPECT_EQ(0x80u, host.read(0x0001)) << "still executing";
+    host.wait(kMs);
+    for (uint8_t expected : GetParam().statusReads)
+        EXPECT_EQ(expected, host.read(0x0001));
+    const std::string pending = "\"pending\":" + std::to_string(GetParam().pendingTraced) + ",";
+    EXPECT_EQ(1u, host.trace.matching({"\"ev\":\"polled\"", pending.c_str(), "\"status\":\"0x00\""}).size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, TransientStatus,
+                         ::testing::Values(TransientCase{"", {0x00, 0x00}, 1},
+                                           TransientCase{"status-unsettled=1", {0x80, 0x80, 0x00, 0x00}, 3}));
+
+TEST(FaultPlan, WriteBusyRefusesTheEepromAfterEveryPageWrite)
+{
+    MailboxDriver host(MailboxDriver::config({{"fault", "write-busy=2"}}));
+    std::vector<uint8_t> page;
+    for (int round = 0; round < 2; ++round)
+    {
+        ASSERT_EQ(0, host.eepromWrite(0x4000, {1})) << round;
+        host.wait(10 * kMs); // the write cycle is over, the fault's refusals are not
+        EXPECT_EQ(2, host.eepromRead(0x4000, 1, &page)) << round;
+        EXPECT_EQ(2, host.eepromRead(0x4000, 1, &page)) << round;
+        EXPECT_EQ(0, host.eepromRead(0x4000, 1, &page)) << round;
+    }
+}
+
+TEST(FaultPlan, CorruptedRepliesFlipOneBitOfDataOrChecksum)
+{
+    for (const char* fault : {"reply-corrupt=1", "checksum-corrupt=1"})
+    {
+        MailboxDriver host(MailboxDriver::config({{"fault", fault}}));
+        std::vector<uint8_t> first;
+        std::vector<uint8_t> second;
+        ASSERT_EQ(0, host.transfer(0xA4, {0x01, 0x00}, 64, &first, true));
+        const uint32_t firstSum = host.readLe(0x0008, 4);
+        ASSERT_EQ(0, host.transfer(0xA4, {0x01, 0x00}, 64, &second, true));
+        const uint32_t secondSum = host.readLe(0x0008, 4);
+        int flipped = 0;
+        for (size_t i = 0; i < first.size(); ++i)
+            flipped += __builtin_popcount(first[i] ^ second[i]);
+        flipped += __builtin_popcount(firstSum ^ secondSum);
+        EXPECT_EQ(1, flipped) << fault;
+        EXPECT_EQ(std::string(fault) == "reply-corrupt=1", first != second) << fault;
+    }
 }
 
 TEST(FaultPlan, CountedPageStatusWearsOff)
@@ -166,10 +236,12 @@ TEST(FaultPlan, ParseRejectsUnknownNamesAndBadArguments)
 TEST(FaultPlan, EveryFaultIsListedForHelp)
 {
     const std::vector<std::string> names = sim::faultNames();
-    for (const char* name : {"reset-stuck", "ram-check-fail", "bootstrap-silent",
-                             "ident-fail=", "version-fail=", "wakeup-step-fail=", "i2c-stuck ",
-                             "i2c-stuck-hard", "ucode-absent", "ucode-refuse", "ucode-timeout",
-                             "eeprom-busy=", "page-status=", "bitflip=", "power-cut=", "status-stuck="})
+    for (const char* name :
+         {"reset-stuck",       "ram-check-fail",    "bootstrap-silent", "ident-fail=",     "version-fail=",
+          "wakeup-step-fail=", "i2c-stuck ",        "i2c-stuck-hard",   "ucode-absent",    "ucode-refuse",
+          "ucode-timeout",     "eeprom-busy=",      "page-status=",     "bitflip=",        "power-cut=",
+          "status-stuck=",     "uart-stuck",        "ram-late=",        "bootstrap-late=", "write-busy=",
+          "reply-corrupt=",    "checksum-corrupt=", "status-unsettled="})
     {
         bool found = false;
         for (const std::string& line : names)

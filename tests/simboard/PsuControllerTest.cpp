@@ -93,3 +93,11 @@ TEST(PsuController, Q7kIgnoresTheResetLine)
     EXPECT_TRUE(host.memoryCheck());
     EXPECT_TRUE(handshake(host));
 }
+
+TEST(PsuController, StuckUartNeverDrainsSoNothingIsSwitched)
+{
+    MailboxDriver host = q7k({{"fault", "uart-stuck"}});
+    EXPECT_FALSE(host.psuSend(kOff));
+    EXPECT_TRUE(host.trace.matching({"\"ev\":\"psu\""}).empty());
+    EXPECT_TRUE(handshake(host)) << "the micro-code still runs";
+}

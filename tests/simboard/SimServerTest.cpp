@@ -51,7 +51,7 @@ TEST(SimServer, ToolboxResetPulseLeavesBootstrapAnswering)
 TEST(SimServer, StatusStaysPendingUntilTheCommandLatencyHasPassed)
 {
     sim::BoardConfig config;
-    config.commandLatencyNs = 100 * kUs;
+    config.ucodeCommandNs = 100 * kUs;
     MailboxDriver host(config);
     host.write(0x0000, 0x01);
     host.write(0x0001, 0x80);
@@ -83,7 +83,7 @@ TEST(SimServer, EachMailboxAnswersOnItsOwnStatusByte)
         EXPECT_EQ(0xB2u, host.read(0x0004)) << std::hex << mailbox;
         char fragment[32];
         std::snprintf(fragment, sizeof fragment, "\"mbx\":\"0x%04X\"", mailbox);
-        EXPECT_EQ(1u, host.trace.matching({fragment, "\"op\":\"0x05\""}).size());
+        EXPECT_EQ(1u, host.trace.matching({"\"ev\":\"cmd\"", fragment, "\"op\":\"0x05\""}).size());
     }
 }
 

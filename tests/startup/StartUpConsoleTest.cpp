@@ -1,11 +1,9 @@
-#include "CSarvikSandbox.h"
+#include "SimRun.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
@@ -65,75 +63,16 @@ template <typename Predicate> bool WaitFor(Predicate ready, std::chrono::millise
     return true;
 }
 
-std::string Comm(const std::string& path)
-{
-    std::string name;
-    std::ifstream in(path);
-    std::getline(in, name);
-    return name;
-}
-
-pid_t ParentOf(pid_t pid)
-{
-    std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
-    std::string stat((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    size_t close = stat.rfind(')');
-    return close == std::string::npos ? -1 : std::atoi(stat.c_str() + close + 4);
-}
-
-// The tool itself: the started process, or a descendant of it when a simulator runs in between.
-pid_t FindTool(pid_t started)
-{
-    DIR* proc = opendir("/proc");
-    pid_t found = -1;
-    for (struct dirent* entry; proc != nullptr && found < 0 && (entry = readdir(proc)) != nullptr;)
-    {
-        pid_t pid = std::atoi(entry->d_name);
-        if (pid <= 0 || Comm("/proc/" + std::to_string(pid) + "/comm") != "Sarvik")
-        {
-            continue;
-        }
-        for (pid_t up = pid; up > 1 && found < 0; up = ParentOf(up))
-        {
-            found = up == started ? pid : -1;
-        }
-    }
-    if (proc != nullptr)
-    {
-        closedir(proc);
-    }
-    return found;
-}
-
-std::vector<std::string> ThreadNames(pid_t pid)
-{
-    std::vector<std::string> names;
-    const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
-    DIR* dir = opendir(tasks.c_str());
-    for (struct dirent* entry; dir != nullptr && (entry = readdir(dir)) != nullptr;)
-    {
-        if (entry->d_name[0] != '.')
-        {
-            names.push_back(Comm(tasks + "/" + entry->d_name + "/comm"));
-        }
-    }
-    if (dir != nullptr)
-    {
-        closedir(dir);
-    }
-    return names;
-}
-
 // Makes the switch log a full FIFO: the tool's "CRtLog" writer then blocks on its session line and
 // the tool stays alive in its exit path (the switch log is closed before the console is restored)
 // until the test reads the FIFO.
-int StallSwitchLog(const CSarvikSandbox& sandbox)
+int StallSwitchLog(const std::string& path)
 {
-    if (mkfifo(sandbox.SwitchLog().c_str(), 0666) != 0)
+    if (mkfifo(path.c_str(), 0666) != 0)
     {
         return -1;
     }
-    int fifo = open(sandbox.SwitchLog().c_str(), O_RDWR | O_NONBLOCK);
+    int fifo = open(path.c_str(), O_RDWR | O_NONBLOCK);
     const char chunk[256] = {};
     for (size_t step = sizeof(chunk); step > 0; step /= 2)
     {
@@ -167,15 +106,15 @@ std::string DrainUntilLine(int fifo)
 
 TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
 {
-    CSarvikSandbox sandbox;
+    CSimRun sim;
     SPty pty;
     ASSERT_GE(pty.slave, 0);
     const struct termios before = pty.Settings();
     ASSERT_FALSE(IsRaw(before));
-    const int fifo = StallSwitchLog(sandbox);
+    const int fifo = StallSwitchLog(sim.Root() + "/data/log/QXK_Switch.log");
     ASSERT_GE(fifo, 0);
 
-    const pid_t started = sandbox.Start(pty.slave, true);
+    const pid_t started = sim.Start({}, {CSimRun::S_Tool}, pty.slave, ETerminal::CONTROLLING);
     ASSERT_GT(started, 0);
     // A failed check must not leave the stalled tool behind.
     std::shared_ptr<void> reaper(nullptr,
@@ -183,21 +122,11 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
                                  {
                                      if (waitpid(started, nullptr, WNOHANG) == 0)
                                      {
-                                         kill(started, SIGKILL);
+                                         kill(started, SIGTERM);
                                          waitpid(started, nullptr, 0);
                                      }
                                  });
     ASSERT_TRUE(WaitFor([&] { return IsRaw(pty.Settings()); })) << "no echo, keys one by one, no SIGINT";
-    pid_t tool = -1;
-    ASSERT_TRUE(WaitFor([&] { return (tool = FindTool(started)) > 0; }));
-    // The console is set up before the switch log, so the writer may still be starting here.
-    EXPECT_TRUE(WaitFor(
-        [&]
-        {
-            const std::vector<std::string> threads = ThreadNames(tool);
-            return std::find(threads.begin(), threads.end(), "CRtLog") != threads.end();
-        }))
-        << "no CRtLog thread in the running tool";
 
     // A key is readable at once, without a newline, and is not echoed back.
     ASSERT_EQ(write(pty.master, "k", 1), 1);
@@ -214,10 +143,9 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
     EXPECT_TRUE(IsRaw(pty.Settings())) << "console restored before the switch log was closed";
 
     EXPECT_NE(DrainUntilLine(fifo).find("-------------- New Session --------------\r\n"), std::string::npos);
-    const SToolResult result = sandbox.Wait(started);
+    const SSimResult result = sim.Wait(started);
     close(fifo);
-    ASSERT_TRUE(WIFEXITED(result.status)) << "status " << result.status;
-    EXPECT_EQ(WEXITSTATUS(result.status), 0);
+    EXPECT_EQ(result.Status, 0);
     const struct termios after = pty.Settings();
     EXPECT_EQ(after.c_lflag, before.c_lflag);
     EXPECT_EQ(after.c_iflag, before.c_iflag);
@@ -227,17 +155,17 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
 
 TEST(StartUpConsole, StandardInputFromAFileChangesNothingAndReportsNothing)
 {
-    CSarvikSandbox sandbox;
-    const std::string input = sandbox.Apps() + "/keys.txt";
+    CSimRun sim;
+    const std::string input = sim.Path("keys.txt");
     std::ofstream(input) << "q\n";
     const int fd = open(input.c_str(), O_RDONLY);
     ASSERT_GE(fd, 0);
-    const SToolResult result = sandbox.Run(fd);
+    const SSimResult result = sim.Run({}, {CSimRun::S_Tool}, fd);
     close(fd);
-    ASSERT_TRUE(WIFEXITED(result.status));
-    EXPECT_EQ(WEXITSTATUS(result.status), 0);
-    EXPECT_EQ(result.err, "");
-    EXPECT_EQ(ReadFile(input), "q\n");
-    EXPECT_GT(FileSize(sandbox.SwitchLog()), 0) << "the start-up went on after the console step";
+    EXPECT_EQ(result.Status, 0);
+    EXPECT_EQ(result.Err, "");
+    EXPECT_EQ(CSimRun::ReadText(input), "q\n");
+    EXPECT_NE(CSimRun::ReadText(sim.Root() + "/data/log/QXK_Switch.log"), "")
+        << "the start-up went on after the console step";
 }
 } // namespace

@@ -1,4 +1,4 @@
-#include "CSarvikSandbox.h"
+#include "SimRun.h"
 
 #include <gtest/gtest.h>
 
@@ -53,21 +53,23 @@ int Find(const std::vector<std::string>& calls, const std::string& start, const 
 
 TEST(StartUpOrder, EffectsHappenInTheirGroupsOrderAndAreUndoneInReverse)
 {
-    CSarvikSandbox sandbox;
+    CSimRun sim;
     const int master = posix_openpt(O_RDWR | O_NOCTTY);
     ASSERT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
     const int slave = open(ptsname(master), O_RDWR | O_NOCTTY);
     ASSERT_GE(slave, 0);
-    const std::string trace = sandbox.Apps() + "/trace.txt";
-    const pid_t pid = sandbox.Start(
-        slave, true, {},
-        {"strace", "-f", "-o", trace, "-e", "trace=ioctl,rt_sigaction,umask,open,openat,close,exit_group"});
-    const SToolResult result = sandbox.Wait(pid);
+    const std::string trace = sim.Path("strace.txt");
+    const pid_t pid =
+        sim.Start({},
+                  {"strace", "-f", "-o", trace, "-e",
+                   "trace=ioctl,rt_sigaction,umask,open,openat,close,exit_group", CSimRun::S_Tool},
+                  slave, ETerminal::CONTROLLING);
+    const SSimResult result = sim.Wait(pid);
     close(slave);
     close(master);
-    ASSERT_TRUE(WIFEXITED(result.status) && WEXITSTATUS(result.status) == 0) << result.err;
+    ASSERT_EQ(result.Status, 0) << result.Err;
 
-    const std::vector<std::string> calls = MainThreadCalls(ReadFile(trace));
+    const std::vector<std::string> calls = MainThreadCalls(CSimRun::ReadText(trace));
     // strace on i386 names the set call "SNDCTL_TMR_START or TCSETS".
     const int saveConsole = Find(calls, "ioctl(0, TCGETS");
     const int rawConsole = Find(calls, "ioctl(0, ", "TCSETS");
@@ -100,12 +102,11 @@ TEST(StartUpOrder, EffectsHappenInTheirGroupsOrderAndAreUndoneInReverse)
 
 TEST(StartUpOrder, FlushThreadRunsWhenMainIsEntered)
 {
-    CSarvikSandbox sandbox;
-    const SToolResult result =
-        sandbox.Run(-1, {},
-                    {"gdb", "-nx", "-batch", "-ex", "set startup-with-shell off", "-ex", "break main", "-ex",
-                     "run", "-ex", "info threads", "-ex", "kill", "--args"});
-    ASSERT_NE(result.out.find("Breakpoint 1, main"), std::string::npos) << result.out << result.err;
-    EXPECT_NE(result.out.find("\"CRtLog\""), std::string::npos) << result.out;
+    CSimRun sim;
+    const SSimResult result =
+        sim.Run({}, {"gdb", "-nx", "-batch", "-ex", "set startup-with-shell off", "-ex", "break main", "-ex",
+                     "run", "-ex", "info threads", "-ex", "kill", "--args", CSimRun::S_Tool});
+    ASSERT_NE(result.Out.find("Breakpoint 1, main"), std::string::npos) << result.Out << result.Err;
+    EXPECT_NE(result.Out.find("\"CRtLog\""), std::string::npos) << result.Out;
 }
 } // namespace

@@ -1,11 +1,10 @@
-#include "CSarvikSandbox.h"
+#include "SimRun.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
+#include <fstream>
 #include <regex>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -13,51 +12,59 @@ namespace
 constexpr off_t LIMIT = 2097152;
 constexpr off_t SESSION_LINE = 26 + 43;
 const std::string SESSION = "-------------- New Session --------------\r\n";
-const char* const PREFIX = R"(<\d{2}/\d{2}/\d{4} \d{2}:\d{2}:\d{2}\.\d{3}> )";
+const std::string PREFIX = R"(<\d{2}/\d{2}/\d{4} \d{2}:\d{2}:\d{2}\.\d{3}> )";
 
-void ExpectQuietSuccess(const SToolResult& result)
+// The switch log of the simulated server's /mnt/APPS.
+std::string LogDir(const CSimRun& sim)
 {
-    ASSERT_TRUE(WIFEXITED(result.status)) << "status " << result.status;
-    EXPECT_EQ(WEXITSTATUS(result.status), 0);
-    EXPECT_EQ(result.err, "");
+    return sim.Root() + "/data/log";
+}
+std::string SwitchLog(const CSimRun& sim)
+{
+    return LogDir(sim) + "/QXK_Switch.log";
 }
 
-void MakeFile(const std::string& path, off_t size)
+off_t FileSize(const std::string& path) // -1 when missing
 {
-    int fd = open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0664);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(ftruncate(fd, size), 0);
-    close(fd);
+    struct stat info = {};
+    return stat(path.c_str(), &info) == 0 ? info.st_size : -1;
+}
+
+// The tool run quietly: status 0, nothing on standard error.
+std::string RunQuietly(CSimRun& sim, const Args& options = {})
+{
+    const SSimResult result = sim.Tool(options);
+    EXPECT_EQ(result.Status, 0);
+    EXPECT_EQ(result.Err, "");
+    return result.Out;
 }
 
 TEST(StartUpSwitchLog, EveryRunAppendsOneTimeStampedSessionLine)
 {
-    CSarvikSandbox sandbox;
-    ExpectQuietSuccess(sandbox.Run());
-    ExpectQuietSuccess(sandbox.Run());
-    const std::regex twoSessions(std::string("(") + PREFIX +
-                                 "-------------- New Session --------------\r\n){2}");
-    EXPECT_TRUE(std::regex_match(ReadFile(sandbox.SwitchLog()), twoSessions))
-        << ReadFile(sandbox.SwitchLog());
+    CSimRun sim;
+    RunQuietly(sim);
+    RunQuietly(sim);
+    const std::string log = CSimRun::ReadText(SwitchLog(sim));
+    EXPECT_TRUE(std::regex_match(log, std::regex("(" + PREFIX + SESSION + "){2}"))) << log;
 }
 
 TEST(StartUpSwitchLog, NewLogIsNotWritableByOthersBecauseTheMaskIsSetFirst)
 {
     // The tool starts with mask 022; only the privileges set-up (mask 003) running before the
     // switch log is created gives the group write permission.
-    CSarvikSandbox sandbox;
-    ExpectQuietSuccess(sandbox.Run());
+    CSimRun sim;
+    RunQuietly(sim);
     struct stat info = {};
-    ASSERT_EQ(stat(sandbox.SwitchLog().c_str(), &info), 0);
+    ASSERT_EQ(stat(SwitchLog(sim).c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0664u);
 }
 
 struct SSizeCase
 {
-    const char* label;
-    off_t existing;
-    off_t afterLog;
-    off_t afterBak; // -1: none
+    const char* Label;
+    off_t Existing;
+    off_t AfterLog;
+    off_t AfterBak; // -1: none
 };
 
 TEST(StartUpSwitchLog, SizeLimitKeepsAFullLogAndMovesALargerOneAsideForOneSilentRun)
@@ -70,46 +77,38 @@ TEST(StartUpSwitchLog, SizeLimitKeepsAFullLogAndMovesALargerOneAsideForOneSilent
     };
     for (const SSizeCase& c : cases)
     {
-        SCOPED_TRACE(c.label);
-        CSarvikSandbox sandbox;
-        MakeFile(sandbox.SwitchLog(), c.existing);
-        ExpectQuietSuccess(sandbox.Run());
-        EXPECT_EQ(FileSize(sandbox.SwitchLog()), c.afterLog);
-        EXPECT_EQ(FileSize(sandbox.SwitchLog() + ".bak"), c.afterBak);
-
-        ExpectQuietSuccess(sandbox.Run());
-        EXPECT_TRUE(std::regex_match(ReadFile(sandbox.SwitchLog()), std::regex(PREFIX + SESSION)))
+        SCOPED_TRACE(c.Label);
+        CSimRun sim;
+        std::ofstream(SwitchLog(sim)).close();
+        ASSERT_EQ(truncate(SwitchLog(sim).c_str(), c.Existing), 0);
+        RunQuietly(sim);
+        EXPECT_EQ(FileSize(SwitchLog(sim)), c.AfterLog);
+        EXPECT_EQ(FileSize(SwitchLog(sim) + ".bak"), c.AfterBak);
+        RunQuietly(sim);
+        EXPECT_TRUE(std::regex_match(CSimRun::ReadText(SwitchLog(sim)), std::regex(PREFIX + SESSION)))
             << "the next run starts a new file";
     }
 }
 
 TEST(StartUpSwitchLog, WithoutTheLogDirectoryNothingIsWrittenAndNothingMoreIsPrinted)
 {
-    CSarvikSandbox withLog;
-    const SToolResult normal = withLog.Run();
-    ExpectQuietSuccess(normal);
-
+    CSimRun withLog;
+    const std::string normal = RunQuietly(withLog);
     // The simulated server recreates a missing log folder; a link to nowhere is just as absent
     // for the tool.
-    CSarvikSandbox sandbox;
-    ASSERT_EQ(rmdir(sandbox.LogDir().c_str()), 0);
-    ASSERT_EQ(symlink("/nonexistent/sarvik-log", sandbox.LogDir().c_str()), 0);
-    const SToolResult result = sandbox.Run();
-    ExpectQuietSuccess(result);
-    EXPECT_EQ(result.out, normal.out);
-    EXPECT_EQ(FileSize(sandbox.SwitchLog()), -1);
+    CSimRun sim;
+    ASSERT_EQ(rmdir(LogDir(sim).c_str()), 0);
+    ASSERT_EQ(symlink("/nonexistent/sarvik-log", LogDir(sim).c_str()), 0);
+    EXPECT_EQ(RunQuietly(sim), normal);
+    EXPECT_EQ(FileSize(SwitchLog(sim)), -1);
     EXPECT_EQ(FileSize("/nonexistent"), -1);
 }
 
 TEST(StartUpSwitchLog, DatesAfter2038AreStampedRight)
 {
-    if (!CSarvikSandbox::S_HasSimulator())
-    {
-        GTEST_SKIP() << "needs the simulated server's clock (sarvik-sim --date)";
-    }
-    CSarvikSandbox sandbox;
-    ExpectQuietSuccess(sandbox.Run(-1, {"--date", "2041-07-15 13:45:30"}));
-    const std::string log = ReadFile(sandbox.SwitchLog());
+    CSimRun sim;
+    RunQuietly(sim, {"--date", "2041-07-15 13:45:30"});
+    const std::string log = CSimRun::ReadText(SwitchLog(sim));
     EXPECT_TRUE(std::regex_match(log, std::regex(R"(<15/07/2041 13:45:3\d\.\d{3}> )" + SESSION))) << log;
 }
 } // namespace

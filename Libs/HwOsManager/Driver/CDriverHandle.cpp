@@ -1,5 +1,6 @@
 #include "CDriverHandle.h"
 
+#include "CProcExplorer.h"
 #include "CSystemCommand.h"
 #include "KrpcBoardType.h"
 #include "Permissions.h"
@@ -108,6 +109,19 @@ int32_t CDriverHandle::LoadModule()
     return result;
 }
 
+void CDriverHandle::RaiseInterruptThread() const
+{
+    if (mDescriptor_X.Interrupt_S32 < 0)
+    {
+        return;
+    }
+    // The video timing depends on this interrupt being served before any ordinary work.
+    char thread_c[64];
+    snprintf(thread_c, sizeof(thread_c), "(irq/%d-%s)", mDescriptor_X.Interrupt_S32,
+             mDescriptor_X.pNodeName_c);
+    OrxHwLGPL::CProcExplorer::SetPriorityFromName(thread_c, mDescriptor_X.InterruptPriority_U32);
+}
+
 int32_t CDriverHandle::Construct(int32_t* paramStatus)
 {
     char text_c[128];
@@ -128,6 +142,10 @@ int32_t CDriverHandle::Construct(int32_t* paramStatus)
             final_B = loaded_S32 < 0;
             status_S32 = final_B ? loaded_S32 : 0;
             freshLoad_B = !final_B;
+            if (freshLoad_B)
+            {
+                RaiseInterruptThread();
+            }
         }
         else if (mDescriptor_X.TracesMissingNode_B)
         {

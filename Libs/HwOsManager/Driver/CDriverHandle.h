@@ -13,6 +13,10 @@ struct SDriverDescriptor
     uint32_t InitIoctl_U32;     // sent after a fresh module load
     uint32_t ShutdownIoctl_U32; // sent before closing when the device is to be shut down
     bool TracesMissingNode_B;   // the ComRAM handle notes a missing node in its trace
+    // Drivers that serve their interrupt in a kernel thread, "(irq/<number>-<node name>)": after
+    // a module load it gets this real-time priority. -1: no such thread.
+    int32_t Interrupt_S32 = -1;
+    uint32_t InterruptPriority_U32 = 0;
 };
 
 class CDriverHandle
@@ -51,4 +55,5 @@ protected:
 
 private:
     int32_t LoadModule();
+    void RaiseInterruptThread() const;
 };

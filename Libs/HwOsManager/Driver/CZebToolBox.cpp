@@ -12,6 +12,8 @@
 namespace
 {
 constexpr uint32_t MEMORY_CHECK_WORD = 0xA5005AFF;
+// About 4 ms of bus reads: far longer than the board takes to finish writing a status byte.
+constexpr uint32_t UNSETTLED_TRIES_AFTER_DEADLINE = 1000;
 constexpr uint32_t COMMAND_CALIBRATION_MS = 200;
 constexpr uint32_t WAIT_CALIBRATION_MS = 2000;
 } // namespace
@@ -111,10 +113,12 @@ uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, ui
         // Sampled before the read, so a status landing in the last pass is still taken.
         const bool timedOut_B = timer_O.isTimedOut();
         unsigned char stable_U8 = 0;
+        uint32_t lateTries_U32 = 0;
         while (!ORX::Ucode::Api::ReadStable_8(pMailbox_U8 + OFFSET_STATUS, stable_U8))
         {
-            // A byte that never settles must not keep us here past the deadline.
-            if (timer_O.isTimedOut())
+            // Past the deadline a status the board is still writing gets a bounded number of
+            // tries to settle; a byte that never settles must not keep us here for ever.
+            if (timer_O.isTimedOut() && ++lateTries_U32 > UNSETTLED_TRIES_AFTER_DEADLINE)
             {
                 return S_COMMAND_TIMED_OUT;
             }

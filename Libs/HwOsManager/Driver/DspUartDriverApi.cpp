@@ -2,7 +2,9 @@
 
 namespace
 {
-const SDriverDescriptor S_DspUartDescriptor_X = {"DspUartDriverApi", "dspuart", "drv_dspuart", 0x40047510, 0x40047512, false};
+// Its interrupt thread, "(irq/7-dspuart)", runs just below the genlock's.
+const SDriverDescriptor S_DspUartDescriptor_X = {
+    "DspUartDriverApi", "dspuart", "drv_dspuart", 0x40047510, 0x40047512, false, 7, 95};
 }
 
 DspUartDriverApi::DspUartDriverApi(DSPUARTDRIVERAPIPARAM* param)

@@ -2,7 +2,9 @@
 
 namespace
 {
-const SDriverDescriptor S_GenlockDescriptor_X = {"GenlockDriverApi", "genlock", "drv_genlock", 0x40046710, 0x40046712, false};
+// Its interrupt thread, "(irq/11-genlock)", runs above every other real-time thread.
+const SDriverDescriptor S_GenlockDescriptor_X = {
+    "GenlockDriverApi", "genlock", "drv_genlock", 0x40046710, 0x40046712, false, 11, 97};
 }
 
 GenlockDriverApi::GenlockDriverApi(GENLOCKDRIVERAPIPARAM* param)

@@ -35,6 +35,12 @@ void CSysLogCorvaneSource::LogMessage(unsigned int channel, unsigned char critic
     va_start(args, format);
     vsnprintf(pText_c, sizeof(pText_c), format, args);
     va_end(args);
+    // An empty record would use a sequence number and stop a flush at it, losing what follows:
+    // a text with nothing to show is dropped like a refused criticity.
+    if (pText_c[0] == '\0' || strcmp(pText_c, "\r\n") == 0)
+    {
+        return;
+    }
 
     CSysLogMessage message;
     CCriticalSectionGuard guard_O(mCriticalSection_X);

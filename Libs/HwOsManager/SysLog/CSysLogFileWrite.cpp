@@ -36,6 +36,13 @@ const char* ThresholdName(uint8_t threshold)
     return threshold <= SYSLOG_DEBUG ? S_ppName_c[threshold] : "";
 }
 
+// A failed write counts for nothing: with an unwritable log folder the sizes stay 0, so a lost
+// message can never start a rotation (whose notices would fail and rotate in turn).
+uint32_t WrittenBytes(ssize_t written)
+{
+    return written > 0 ? static_cast<uint32_t>(written) : 0;
+}
+
 bool LocalNow(struct tm* now)
 {
     time_t seconds = time(nullptr);
@@ -82,8 +89,8 @@ int CSysLogFile::WriteMessage(CSysLogMessage* message)
     if (mLastSequence_U32 != UINT32_MAX && message->mSequence_U32 != mLastSequence_U32 + 1)
     {
         ssize_t written_S = write(mLogFd_S32, LOST_LINE, strlen(LOST_LINE));
-        mLogSize_U32 += static_cast<uint32_t>(written_S);
-        mLogSinceFlush_U32 += static_cast<uint32_t>(written_S);
+        mLogSize_U32 += WrittenBytes(written_S);
+        mLogSinceFlush_U32 += WrittenBytes(written_S);
     }
     mLastSequence_U32 = message->mSequence_U32;
 
@@ -96,9 +103,9 @@ int CSysLogFile::WriteMessage(CSysLogMessage* message)
     size_t lastLength = strnlen(message->mpText_c, LAST_TEXT_SIZE - 1);
     memcpy(mpLastText_c, message->mpText_c, lastLength);
     mpLastText_c[lastLength] = '\0';
-    mLogSize_U32 += static_cast<uint32_t>(written_S);
-    mLogSinceFlush_U32 += static_cast<uint32_t>(written_S);
-    mNbBytes_U32 += static_cast<uint32_t>(written_S);
+    mLogSize_U32 += WrittenBytes(written_S);
+    mLogSinceFlush_U32 += WrittenBytes(written_S);
+    mNbBytes_U32 += WrittenBytes(written_S);
     mNbMessages_U32++;
 
     if (message->mErrorCode_U16 != 0)
@@ -109,8 +116,8 @@ int CSysLogFile::WriteMessage(CSysLogMessage* message)
             static_cast<int>(message->mSubId_S16), static_cast<unsigned int>(message->mContext_U8),
             static_cast<unsigned int>(message->mErrorCode_U16), message->mpText_c);
         written_S = write(mErrorFd_S32, pLine_c, length_S32 > 0 ? length_S32 : 0);
-        mErrorSize_U32 += static_cast<uint32_t>(written_S);
-        mErrorSinceFlush_U32 += static_cast<uint32_t>(written_S);
+        mErrorSize_U32 += WrittenBytes(written_S);
+        mErrorSinceFlush_U32 += WrittenBytes(written_S);
     }
 
     if (mLogSize_U32 > mMaxSize_U32)
@@ -145,7 +152,7 @@ void CSysLogFile::WriteHeaderLine(int fd, uint32_t width, const char* text, uint
     pLine_c[width] = '\r';
     pLine_c[width + 1] = '\n';
     ssize_t written_S = write(fd, pLine_c, width + 2);
-    *size += static_cast<uint32_t>(written_S);
+    *size += WrittenBytes(written_S);
 }
 
 void CSysLogFile::FirstLines(bool fresh, bool errorFile)

@@ -20,7 +20,7 @@ CSysLogServer& CSysLogServer::GetInstance()
 CSysLogServer::CSysLogServer()
     : mHostSource_O(*this, LOG_DIRECTORY), mRunning_B(true), mpHeader_c{}, mTimeStamp_U32(0),
       mTimeStampSent_U32(0), mLogsEnabled_B(true), mStatistics_X{}, mpSourceSlot_X{}, mpDestination{},
-      mSelectedChannel_U32(0)
+      mSelectedChannel_U32(0), mpInfoKey_X{}, mNbInfoKeys_U32(0)
 {
     strncpy(mpHeader_c, DEFAULT_HEADER, HEADER_SIZE - 1);
     for (SSysLogChannelEntry& entry_X : mpChannel_X)
@@ -173,6 +173,18 @@ bool CSysLogServer::IsFileOpened(unsigned int channel) const
     bool opened_B = mpChannel_X[channel].mpFile != nullptr && mpChannel_X[channel].mpFile->IsOpened();
     mMutex_O.unlock();
     return opened_B;
+}
+
+unsigned int CSysLogServer::OpenLogFile() const
+{
+    unsigned int opened_U32 = 0;
+    mMutex_O.lock();
+    for (const SSysLogChannelEntry& entry_X : mpChannel_X)
+    {
+        opened_U32 += entry_X.mpFile != nullptr && entry_X.mpFile->IsOpened() ? 1 : 0;
+    }
+    mMutex_O.unlock();
+    return opened_U32;
 }
 
 SSysLogStatistics CSysLogServer::GetMaxStatisticArray()

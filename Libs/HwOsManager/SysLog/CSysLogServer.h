@@ -42,6 +42,13 @@ struct SSysLogStatistics
     uint32_t mMaxFullStretchStart_U32;
 };
 
+// One line of the log menu's key help.
+struct SSysLogInfoKey
+{
+    char mpKey_c[16];
+    char mpText_c[48];
+};
+
 class CSysLogServer
 {
 public:
@@ -49,6 +56,7 @@ public:
     static constexpr const char* THRESHOLD_FILE = "/mnt/APPS/data/orx/logcfg.cfg";
     static constexpr const char* FILE_SIZE_FILE = "/mnt/APPS/data/orx/logcfgparam.json";
     static constexpr uint32_t HEADER_SIZE = 130;
+    static constexpr uint32_t NB_INFO_KEYS = 16;
 
     static CSysLogServer& GetInstance();
     CSysLogCorvaneSource& GetHostSource() { return mHostSource_O; }
@@ -65,6 +73,14 @@ public:
     void SetLogFilesSizeFrom(const char* path);
     void SetLogFileHeader(unsigned int machine, const std::string& version, const std::string& hwEdition);
     const char* GetLogFileHeader() const { return mpHeader_c; }
+
+    // The log menu's key help (CSysLogServerInfoKeys.cpp): InitInfoKeys puts back the built-in
+    // lines; SetInfoKeys replaces a key's text or adds the key (ignored once the table is full).
+    void InitInfoKeys();
+    void SetInfoKeys(const char* key, const char* text);
+    unsigned int GetNbInfoKeys() const { return mNbInfoKeys_U32; }
+    // The key's help text, nullptr for a key without help.
+    const char* GetInfoKeyText(const char* key) const;
 
     unsigned char GetThreshold(unsigned int channel) const;
     bool CanIDisplayLogMessage(unsigned int channel, unsigned char criticity) const;
@@ -95,6 +111,8 @@ public:
 
     // Inspection for the debug screen.
     bool IsFileOpened(unsigned int channel) const;
+    // How many channels have their files open.
+    unsigned int OpenLogFile() const;
     unsigned int GetMaxFileSize(unsigned int channel) const;
     unsigned int GetSelectedChannel() const { return mSelectedChannel_U32; }
     SSysLogStatistics GetMaxStatisticArray();
@@ -122,6 +140,8 @@ private:
     CSysLogDestination* mpDestination[SYSLOG_NB_DESTINATION];
     SSysLogChannelEntry mpChannel_X[SYSLOG_NB_CHANNEL];
     uint32_t mSelectedChannel_U32;
+    SSysLogInfoKey mpInfoKey_X[NB_INFO_KEYS];
+    uint32_t mNbInfoKeys_U32;
     CSysLogSource mUCodeSource_O;
     std::future<void> mWorker_O;
 };

@@ -61,6 +61,7 @@ void CSysLogServer::Init()
         AddDestination(pFile);
         Link(0, channel_U32, pFile);
     }
+    InitInfoKeys();
 }
 
 void CSysLogServer::CreateChannelFiles()

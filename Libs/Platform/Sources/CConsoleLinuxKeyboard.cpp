@@ -1,9 +1,18 @@
 #include "CConsoleLinuxKeyboard.h"
 
+#include <unistd.h>
+
 CConsoleLinuxKeyboard::CConsoleLinuxKeyboard(int fd) : mFd_S32(fd)
 {
     // Standard input redirected from a file or a pipe is not a terminal: leave it alone, silently.
     if (tcgetattr(mFd_S32, &mSaved_X) != 0)
+    {
+        return;
+    }
+    // A background job (`Sarvik &`) that changed the terminal would be stopped by SIGTTOU; the
+    // terminal belongs to the foreground job, so it is left as it is.
+    const pid_t foreground = tcgetpgrp(mFd_S32);
+    if (foreground >= 0 && foreground != getpgrp())
     {
         return;
     }

@@ -13,7 +13,8 @@ public:
     CConsoleLinuxKeyboard(const CConsoleLinuxKeyboard&) = delete;
     CConsoleLinuxKeyboard& operator=(const CConsoleLinuxKeyboard&) = delete;
 
-    // False when the descriptor is not a terminal; nothing was changed then.
+    // False when the descriptor is not a terminal, or is one that another job holds in the
+    // foreground; nothing was changed then.
     bool IsRaw() const { return mRaw_B; }
 
 private:

@@ -1,11 +1,16 @@
 // Decimal digit generation for the floating-point conversions.
 #include "CStringLocal.h"
 
+#include <cfloat>
 #include <cmath>
 
 namespace Orx::Corvane::local
 {
-int Cvt(double value, int digits, bool fromFirst, char (&buffer)[CVT_SIZE], int& exponent)
+namespace
+{
+// Kept out of line so that no step of it can be moved outside the precision set by Cvt.
+__attribute__((noinline)) int Digits(double value, int digits, bool fromFirst, char (&buffer)[CVT_SIZE],
+                                     int& exponent)
 {
     if (digits < 0)
     {
@@ -93,5 +98,25 @@ int Cvt(double value, int digits, bool fromFirst, char (&buffer)[CVT_SIZE], int&
         }
     }
     return count_S32;
+}
+} // namespace
+
+int Cvt(double value, int digits, bool fromFirst, char (&buffer)[CVT_SIZE], int& exponent)
+{
+#if FLT_EVAL_METHOD == 2
+    // The x87 unit keeps 64-bit mantissas in its registers: a value held there just below 1 is
+    // scaled once more and becomes 10.0 when stored for the next digit, which then prints as ':'
+    // with the exponent one too low. Rounding every result to a double's 53 bits makes each step
+    // give what double arithmetic gives on every other build; the i386 baseline has no SSE for it.
+    unsigned short saved_U16;
+    __asm__ __volatile__("fnstcw %0" : "=m"(saved_U16));
+    const unsigned short doublePrecision_U16 = static_cast<unsigned short>((saved_U16 & ~0x300u) | 0x200u);
+    __asm__ __volatile__("fldcw %0" : : "m"(doublePrecision_U16) : "memory");
+    const int count_S32 = Digits(value, digits, fromFirst, buffer, exponent);
+    __asm__ __volatile__("fldcw %0" : : "m"(saved_U16) : "memory");
+    return count_S32;
+#else
+    return Digits(value, digits, fromFirst, buffer, exponent);
+#endif
 }
 } // namespace Orx::Corvane::local

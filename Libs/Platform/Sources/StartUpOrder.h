@@ -5,13 +5,14 @@
 // and so are built after all of these and destroyed before them.
 namespace StartUpOrder
 {
-constexpr int TICKS_PER_SECOND = 101;
-constexpr int CONSOLE = 102;
-constexpr int SOCKET_LAYER = 103;
-constexpr int TIMER = 104;
-constexpr int DRIVER_PERMISSIONS = 105;
-constexpr int SWITCH_LOG = 106;
-constexpr int PERMISSIONS_MODULE = 107;
+constexpr int STANDARD_DESCRIPTORS = 101;
+constexpr int TICKS_PER_SECOND = 102;
+constexpr int CONSOLE = 103;
+constexpr int SOCKET_LAYER = 104;
+constexpr int TIMER = 105;
+constexpr int DRIVER_PERMISSIONS = 106;
+constexpr int SWITCH_LOG = 107;
+constexpr int PERMISSIONS_MODULE = 108;
 } // namespace StartUpOrder
 
 // On a global object of class type.

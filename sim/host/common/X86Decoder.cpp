@@ -36,6 +36,10 @@ MemoryAccess store(int size)
 {
     return MemoryAccess{true, true, size};
 }
+MemoryAccess plainStore(int size)
+{
+    return MemoryAccess{true, true, size, false};
+}
 MemoryAccess load(int size)
 {
     return MemoryAccess{true, false, size};
@@ -54,7 +58,7 @@ MemoryAccess decodeTwoByte(const uint8_t* op, int opSize)
     if (b == 0xA3) // bt
         return load(opSize);
     if (b >= 0x90 && b <= 0x9F) // setcc
-        return store(1);
+        return plainStore(1);
     if (b == 0xB0 || b == 0xB1 || b == 0xC0 || b == 0xC1) // cmpxchg, xadd
         return store(wide);
     if (b == 0xAB || b == 0xB3 || b == 0xBB) // bts, btr, btc
@@ -118,10 +122,11 @@ MemoryAccess X86Decoder::decodeAccess(const uint8_t* code)
     case 0x89:
     case 0xC6:
     case 0xC7:
-    case 0x86:
-    case 0x87:
     case 0xA2:
     case 0xA3:
+        return plainStore(wide);
+    case 0x86:
+    case 0x87:
     case 0xC0:
     case 0xC1:
     case 0xD0:
@@ -138,9 +143,9 @@ MemoryAccess X86Decoder::decodeAccess(const uint8_t* code)
         return load(wide);
     case 0xAA:
     case 0xAB:
-        return rep ? MemoryAccess{} : store(wide);
+        return rep ? MemoryAccess{} : plainStore(wide);
     case 0x8F:
-        return store(opSize);
+        return plainStore(opSize);
     case 0x80:
     case 0x81:
     case 0x82:

@@ -11,7 +11,8 @@ struct MemoryAccess
 {
     bool known = false; // false: an opcode this decoder does not know
     bool writes = false;
-    int size = 0; // bytes read or written at the faulting address
+    int size = 0;      // bytes read or written at the faulting address
+    bool reads = true; // false for a plain store, which never looks at what was there
 };
 
 struct PortInstruction
@@ -29,11 +30,11 @@ struct PortInstruction
 struct LoadInstruction
 {
     bool valid = false;
-    int reg = 0;        // destination register number (0 eax ... 7 edi; 4..7 are ah..bh for byte moves)
-    int size = 0;       // bytes read: 1, 2 or 4
-    int destSize = 0;   // bytes of the register written: 1, 2 or 4
+    int reg = 0;      // destination register number (0 eax ... 7 edi; 4..7 are ah..bh for byte moves)
+    int size = 0;     // bytes read: 1, 2 or 4
+    int destSize = 0; // bytes of the register written: 1, 2 or 4
     bool signExtend = false;
-    int length = 0;     // instruction length in bytes, prefixes included
+    int length = 0; // instruction length in bytes, prefixes included
 };
 
 class X86Decoder

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +12,11 @@ extern char** environ;
 
 namespace simhost
 {
+
+namespace
+{
+constexpr long long kLatestSeconds = 9214646400LL; // 2262-01-01T00:00:00Z
+} // namespace
 
 bool DateText::toEpochNs(const std::string& text, int64_t* ns, std::string* error)
 {
@@ -24,6 +30,8 @@ bool DateText::toEpochNs(const std::string& text, int64_t* ns, std::string* erro
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
     posix_spawn_file_actions_addclose(&actions, pipeFds[0]);
+    // date(1)'s own complaint would come before the launcher's, which says the same.
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     const std::string dateArg = "--date=" + text;
     char* argv[] = {const_cast<char*>("date"), const_cast<char*>(dateArg.c_str()), const_cast<char*>("+%s"),
                     nullptr};
@@ -46,10 +54,17 @@ bool DateText::toEpochNs(const std::string& text, int64_t* ns, std::string* erro
     int status = 0;
     waitpid(pid, &status, 0);
     char* end = nullptr;
+    errno = 0;
     const long long seconds = std::strtoll(buffer, &end, 10);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || end == buffer)
     {
         *error = "date(1) cannot read this date";
+        return false;
+    }
+    // The clock counts nanoseconds in 64 bits from 1970 and a run needs room to go on.
+    if (errno == ERANGE || seconds < 0 || seconds >= kLatestSeconds)
+    {
+        *error = "out of range (1970-01-01 to 2261-12-31)";
         return false;
     }
     *ns = seconds * 1000000000LL;

@@ -46,12 +46,46 @@ bool makeTree(const std::string& path)
     }
 }
 
-pid_t gChild = -1;
+volatile pid_t gChild = -1;
+volatile sig_atomic_t gStopSignal = 0;
 
-void forwardSignal(int sig)
+// A stop request goes to the command, whose end then ends the run the ordinary way, run folder
+// removed. An interrupt typed at the terminal reached the command already; one sent to the
+// launcher alone is passed on.
+void onStopSignal(int sig, siginfo_t* info, void*)
 {
-    if (gChild > 0)
+    const bool fromTerminal = (sig == SIGINT || sig == SIGQUIT) && info->si_code > 0;
+    if (gChild > 0 && !fromTerminal)
         kill(gChild, sig);
+    else if (gChild <= 0)
+        gStopSignal = sig;
+}
+
+void catchStopSignals()
+{
+    struct sigaction action
+    {
+    };
+    action.sa_sigaction = onStopSignal;
+    action.sa_flags = SA_SIGINFO | SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (const int sig : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+        sigaction(sig, &action, nullptr);
+}
+
+// An unwritable trace would otherwise be noticed by nobody: every process opens it on its own.
+bool checkWritable(const std::string& path, std::string* error)
+{
+    if (path.empty())
+        return true;
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (fd < 0)
+    {
+        *error = "open(" + path + "): " + std::strerror(errno);
+        return false;
+    }
+    close(fd);
+    return true;
 }
 
 // Hands the launcher's standard input to the command's terminal and swallows what the
@@ -106,16 +140,15 @@ bool Launcher::prepareRoot(std::string* error)
 
 int Launcher::run()
 {
+    catchStopSignals();
     std::string error;
     RunDirectory run;
     const std::string self = selfPath();
     SyslogCollector syslog;
     RunConfig config;
-    if (!prepareRoot(&error) || !run.create(options_, self, &error) || !config.load(run.path()) ||
-        !syslog.open(run.devDir() + "/log", options_.syslog,
-                     VirtualClock(config.getInt("mono_start_ns", 0), config.getInt("wall_start_ns", 0),
-                                  options_.speed),
-                     &error))
+    if (!checkWritable(options_.trace, &error) || !prepareRoot(&error) ||
+        !run.create(options_, self, &error) || !config.load(run.path()) ||
+        !syslog.open(run.devDir() + "/log", options_.syslog, VirtualClock::forRun(config), &error))
     {
         std::fprintf(stderr, "sarvik-sim: %s\n", error.empty() ? "cannot set up the run" : error.c_str());
         return kSetupFailed;
@@ -132,6 +165,8 @@ int Launcher::run()
             return kSetupFailed;
         }
     }
+    if (gStopSignal != 0)
+        return 128 + gStopSignal;
     syslog.start();
     std::fflush(nullptr);
     const pid_t child = fork();
@@ -143,10 +178,8 @@ int Launcher::run()
     if (child == 0)
         runChild(run, slave);
     gChild = child;
-    signal(SIGTERM, forwardSignal);
-    signal(SIGHUP, forwardSignal);
-    signal(SIGINT, SIG_IGN);
-    signal(SIGQUIT, SIG_IGN);
+    if (gStopSignal != 0)
+        kill(child, gStopSignal);
     if (slave >= 0)
     {
         close(slave);
@@ -168,6 +201,8 @@ int Launcher::run()
 
 void Launcher::runChild(const RunDirectory& run, int ptySlave)
 {
+    for (const int sig : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+        signal(sig, SIG_DFL);
     std::string error;
     if (!Sandbox::enter(run, options_, &error))
     {
@@ -188,8 +223,6 @@ void Launcher::runChild(const RunDirectory& run, int ptySlave)
     for (const auto& arg : options_.command)
         argv.push_back(const_cast<char*>(arg.c_str()));
     argv.push_back(nullptr);
-    signal(SIGINT, SIG_DFL);
-    signal(SIGQUIT, SIG_DFL);
     execvp(argv[0], argv.data());
     std::fprintf(stderr, "sarvik-sim: execvp(%s): %s\n", argv[0], std::strerror(errno));
     _exit(kCannotRun);

@@ -16,7 +16,7 @@ struct LauncherOptions
     std::string root;
     std::string syslog;
     std::string trace;
-    double speed = 1.0;
+    double speed = 0; // 0: reproducible virtual time
     bool dateGiven = false;
     int64_t wallStartNs = 0;
     int hostBoard = 1;

@@ -1,8 +1,8 @@
 #include "ModuleTool.h"
 
-#include "TraceJson.h"
 #include "RunConfig.h"
 #include "TraceFile.h"
+#include "TraceJson.h"
 #include "VirtualClock.h"
 
 #include <cerrno>
@@ -45,8 +45,7 @@ void traceCall(const RunConfig& config, const char* command, const std::string& 
 {
     const int driverFds = inheritedDriverDescriptors();
     TraceFile trace(config.get("trace"));
-    const VirtualClock clock(config.getInt("mono_start_ns", 0), config.getInt("wall_start_ns", 0),
-                             config.getDouble("speed", 1.0));
+    const VirtualClock clock = VirtualClock::forRun(config);
     trace.emit(sim::TraceJson(static_cast<uint64_t>(clock.monotonicNow()), command)
                    .str("module", module)
                    .snum("status", status)
@@ -90,19 +89,21 @@ std::string ModuleTool::nodeOf(const std::string& module)
     return "";
 }
 
+bool ModuleTool::makeNode(const std::string& path, std::string* error)
+{
+    std::ofstream file(path);
+    if (!file || chmod(path.c_str(), 0600) != 0)
+    {
+        *error = "open(" + path + "): " + std::strerror(errno);
+        return false;
+    }
+    return true;
+}
+
 bool ModuleTool::load(const std::string& runDir, const std::string& module, std::string* error)
 {
-    for (const std::string& path : {runDir + "/dev/" + nodeOf(module), runDir + "/modules/" + module})
-    {
-        std::ofstream file(path);
-        if (!file)
-        {
-            *error = "open(" + path + "): " + std::strerror(errno);
-            return false;
-        }
-    }
-    chmod((runDir + "/dev/" + nodeOf(module)).c_str(), 0666);
-    return true;
+    return makeNode(runDir + "/modules/" + module, error) &&
+           makeNode(runDir + "/dev/" + nodeOf(module), error);
 }
 
 int ModuleTool::run(int argc, char** argv)

@@ -16,6 +16,8 @@ public:
     // argv: run directory, "modprobe" or "rmmod", then the command's own arguments.
     static int run(int argc, char** argv);
     static bool load(const std::string& runDir, const std::string& module, std::string* error);
+    // A driver node as a server has it: root's alone (mode 0600), so an ordinary user's open fails.
+    static bool makeNode(const std::string& path, std::string* error);
 
 private:
     static int modprobe(const std::string& runDir, int argc, char** argv);

@@ -90,7 +90,7 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
         !makeLink("/proc/self/fd/1", dev + "/stdout", error) ||
         !makeLink("/proc/self/fd/2", dev + "/stderr", error))
         return false;
-    if (!options.noDrivers && options.hostBoard == 1 && !touch(dev + "/zq8_0", error))
+    if (!options.noDrivers && options.hostBoard == 1 && !ModuleTool::makeNode(dev + "/zq8_0", error))
         return false;
     if (options.root.empty())
     {
@@ -102,12 +102,13 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
         return false;
 
     RunConfig config;
-    config.set("speed", std::to_string(options.speed));
-    const int64_t monoStart = VirtualClock::realNs(VirtualClock::kMonotonic);
-    config.set("mono_start_ns", std::to_string(monoStart));
-    config.set("wall_start_ns",
-               std::to_string(options.dateGiven ? options.wallStartNs
-                                                : VirtualClock::realNs(VirtualClock::kRealtime)));
+    if (!VirtualClock::setUpRun(&config, path_, options.speed,
+                                options.dateGiven ? options.wallStartNs
+                                                  : VirtualClock::realNs(VirtualClock::kRealtime)))
+    {
+        *error = failure("create", path_ + "/" + VirtualClock::kPageFile);
+        return false;
+    }
     config.set("host_board", std::to_string(options.hostBoard));
     config.set("no_drivers", options.noDrivers ? "1" : "0");
     config.set("trace", options.trace);
@@ -142,22 +143,11 @@ bool RunDirectory::writeBoardConfig(const LauncherOptions& options, std::string*
     return true;
 }
 
-bool RunDirectory::writeEeprom(const LauncherOptions& options, std::string* error) const
+bool RunDirectory::writeEeprom(const LauncherOptions& options, std::string* error)
 {
-    std::vector<uint8_t> image;
-    std::ifstream in(options.eeprom, std::ios::binary);
-    if (!options.eeprom.empty() && in)
-    {
-        image.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-        if (image.size() != sim::SimServer::kEepromSize)
-        {
-            *error = options.eeprom + ": an EEPROM image holds 32768 bytes, this file " +
-                     std::to_string(image.size());
-            return false;
-        }
-    }
-    else
-        image = sim::sampleEepromImage();
+    std::vector<uint8_t> image = sim::sampleEepromImage();
+    if (!options.eeprom.empty() && !image_.open(options.eeprom, sim::sampleEepromImage(), &image, error))
+        return false;
     std::ofstream out(eepromPath(), std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(image.data()), static_cast<std::streamsize>(image.size()));
     if (!out.flush())
@@ -173,14 +163,13 @@ bool RunDirectory::saveEeprom(const LauncherOptions& options, std::string* error
     if (options.eeprom.empty())
         return true;
     std::ifstream in(eepromPath(), std::ios::binary);
-    std::ofstream out(options.eeprom, std::ios::binary | std::ios::trunc);
-    out << in.rdbuf();
-    if (!out.flush())
+    const std::vector<uint8_t> image{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    if (image.size() != sim::SimServer::kEepromSize)
     {
-        *error = failure("write", options.eeprom);
+        *error = failure("read", eepromPath());
         return false;
     }
-    return true;
+    return image_.save(image, error);
 }
 
 bool RunDirectory::writeModuleCommands(const std::string& selfPath, std::string* error) const

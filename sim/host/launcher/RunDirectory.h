@@ -3,6 +3,7 @@
 // when the run ends.
 #pragma once
 
+#include "ImageFile.h"
 #include "LauncherOptions.h"
 #include "RunConfig.h"
 
@@ -28,7 +29,7 @@ public:
 
     // Builds the directory; false with a message naming the failing call.
     bool create(const LauncherOptions& options, const std::string& selfPath, std::string* error);
-    // Copies the board's final EEPROM content back to --eeprom FILE.
+    // Writes the board's final EEPROM content back to --eeprom FILE.
     bool saveEeprom(const LauncherOptions& options, std::string* error) const;
 
     const std::string& path() const { return path_; }
@@ -41,12 +42,13 @@ public:
     std::string eepromPath() const { return path_ + "/eeprom.bin"; }
 
 private:
-    bool writeEeprom(const LauncherOptions& options, std::string* error) const;
+    bool writeEeprom(const LauncherOptions& options, std::string* error);
     bool writeModuleCommands(const std::string& selfPath, std::string* error) const;
     bool writeBoardConfig(const LauncherOptions& options, std::string* error) const;
     bool writeInterposers(const std::string& selfPath, std::string* error) const;
 
     std::string path_;
+    ImageFile image_;
 };
 
 } // namespace simhost

@@ -110,6 +110,16 @@ bool SyslogCollector::receiveOne()
     if (n < 0)
         return false;
     SyslogMessage message;
+    // Counted once written: its sender waits for the count, so the clock has not moved meanwhile.
+    struct Stamped
+    {
+        ClockPage* page;
+        ~Stamped()
+        {
+            if (page != nullptr)
+                page->syslogStamped.fetch_add(1);
+        }
+    } stamped{clock_.page()};
     if (!parse(std::string(buffer, static_cast<size_t>(n)), &message))
         return true;
     for (cmsghdr* c = CMSG_FIRSTHDR(&header); c != nullptr; c = CMSG_NXTHDR(&header, c))
@@ -121,6 +131,9 @@ bool SyslogCollector::receiveOne()
             message.pid = credentials.pid;
         }
     }
+    if (clock_.reproducible())
+        message.pid =
+            runPids_.emplace(message.pid, kFirstRunPid + static_cast<int>(runPids_.size())).first->second;
     if (out_ >= 0)
     {
         const std::string line = toJson(message, static_cast<uint64_t>(clock_.monotonicNow())) + "\n";

@@ -5,6 +5,7 @@
 #include "VirtualClock.h"
 
 #include <atomic>
+#include <map>
 #include <string>
 #include <thread>
 
@@ -46,6 +47,10 @@ private:
     int socket_ = -1;
     int out_ = -1;
     VirtualClock clock_;
+    // With the reproducible clock, senders are numbered in the order they first log (from
+    // kFirstRunPid) so that the file does not depend on the host's process ids.
+    static constexpr int kFirstRunPid = 100;
+    std::map<int, int> runPids_;
     std::atomic<bool> stopping_{false};
     std::thread thread_;
 };

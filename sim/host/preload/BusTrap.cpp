@@ -1,7 +1,9 @@
 #include "BusTrap.h"
 
 #include "Interposer.h"
+#include "RealCalls.h"
 #include "SimServer.h"
+#include "TscTrap.h"
 #include "X86Decoder.h"
 
 #include <atomic>
@@ -22,7 +24,6 @@ namespace
 constexpr int kPageFault = 14;
 constexpr int kGeneralProtection = 13;
 constexpr greg_t kTrapFlag = 0x100;
-constexpr int kMaxFill = 16;
 
 // The instruction that is being single-stepped through an opened area page.
 struct Step
@@ -32,7 +33,6 @@ struct Step
     MemoryAccess access;
     uint32_t from = 0; // area bytes put in place for it
     uint32_t to = 0;
-    uint8_t before[kMaxFill] = {};
     uint8_t* pages[4] = {};
     int pageCount = 0;
 };
@@ -47,18 +47,64 @@ uintptr_t pageSize()
     return static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
 }
 
+// Where an access went, for the cost of repeated polls: area and offset, ports apart.
+constexpr uint32_t kPortPlace = 0x80000000u;
+uint32_t place(const MappedArea& area, uint32_t offset)
+{
+    return area.request.kind == AreaKind::Comram ? area.request.base + offset
+                                                 : kPortPlace | (area.request.base + offset);
+}
+
+// `offset` counts from the mapping's first byte, which need not be the area's.
 uint8_t readByte(sim::SimServer& board, const MappedArea& area, uint32_t offset, uint64_t now)
 {
-    return area.kind == AreaKind::Comram ? board.comramRead(offset, now)
-                                         : board.portRead(static_cast<uint16_t>(offset), now);
+    const uint32_t at = area.request.base + offset;
+    return area.request.kind == AreaKind::Comram ? board.comramRead(at, now)
+                                                 : board.portRead(static_cast<uint16_t>(at), now);
 }
 
 void writeByte(sim::SimServer& board, const MappedArea& area, uint32_t offset, uint8_t value, uint64_t now)
 {
-    if (area.kind == AreaKind::Comram)
-        board.comramWrite(offset, value, now);
+    const uint32_t at = area.request.base + offset;
+    if (area.request.kind == AreaKind::Comram)
+        board.comramWrite(at, value, now);
     else
-        board.portWrite(static_cast<uint16_t>(offset), value, now);
+        board.portWrite(static_cast<uint16_t>(at), value, now);
+}
+
+bool isWrite(const ucontext_t* uc)
+{
+    return (uc->uc_mcontext.gregs[REG_ERR] & 2) != 0;
+}
+
+// Guessing would hand the program stale bytes or lose a store: the run ends here instead, with
+// the instruction named, and the program dies of the fault it would otherwise have met.
+void refuseUnknown(const MappedArea& area, uint32_t offset, const ucontext_t* uc)
+{
+    const auto* code = reinterpret_cast<const uint8_t*>(uc->uc_mcontext.gregs[REG_EIP]);
+    char text[200];
+    const int n = std::snprintf(
+        text, sizeof text,
+        "sarvik-sim: instruction at 0x%08x (%02x %02x %02x %02x) on the %s at offset 0x%x is not "
+        "emulated\n",
+        static_cast<unsigned>(uc->uc_mcontext.gregs[REG_EIP]), code[0], code[1], code[2], code[3],
+        area.request.kind == AreaKind::Comram ? "communication RAM" : "I/O area", area.request.base + offset);
+    [[maybe_unused]] ssize_t written = write(STDERR_FILENO, text, static_cast<size_t>(n));
+    signal(SIGSEGV, SIG_DFL);
+}
+
+// A store into a page of a private mapping: the page becomes the process's own copy of what
+// the board holds there, open from now on, and the store runs on it.
+bool copyPrivatePage(Interposer& ip, MappedArea& area, uint32_t offset)
+{
+    const uint32_t page = static_cast<uint32_t>(pageSize());
+    const uint32_t first = offset / page * page;
+    sim::SimServer& board = ip.board();
+    const uint64_t now = ip.nowNs();
+    const uint32_t end = first + page < area.request.validLength ? first + page : area.request.validLength;
+    for (uint32_t o = first; o < end; ++o)
+        area.alias[o] = readByte(board, area, o, now);
+    return area.markCopied(first);
 }
 
 // Puts a value read from the bus where the load instruction would have put it.
@@ -86,17 +132,18 @@ void setRegister(ucontext_t* uc, const LoadInstruction& load, uint32_t value)
 // the tool's accesses (status polls, data copied out of the mailbox).
 bool emulateLoad(Interposer& ip, const MappedArea& area, uint32_t offset, ucontext_t* uc)
 {
-    if ((uc->uc_mcontext.gregs[REG_ERR] & 2) != 0)
+    if (isWrite(uc))
         return false;
     const LoadInstruction load =
         X86Decoder::decodeLoad(reinterpret_cast<const uint8_t*>(uc->uc_mcontext.gregs[REG_EIP]));
-    if (!load.valid || offset + static_cast<uint32_t>(load.size) > area.validLength)
+    if (!load.valid || offset + static_cast<uint32_t>(load.size) > area.request.validLength)
         return false;
     sim::SimServer& board = ip.board();
     const uint64_t now = ip.nowNs();
     uint32_t value = 0;
     for (int i = 0; i < load.size; ++i)
         value |= static_cast<uint32_t>(readByte(board, area, offset + i, now)) << (8 * i);
+    ip.chargeAccess(place(area, offset), value, true);
     setRegister(uc, load, value);
     uc->uc_mcontext.gregs[REG_EIP] += load.length;
     return true;
@@ -105,32 +152,44 @@ bool emulateLoad(Interposer& ip, const MappedArea& area, uint32_t offset, uconte
 bool enterArea(Interposer& ip, MappedArea& area, uint8_t* address, ucontext_t* uc)
 {
     const uint32_t offset = static_cast<uint32_t>(address - area.user);
+    const AreaRequest& request = area.request;
+    if (offset >= request.validLength || !area.readable(offset) || (isWrite(uc) && !area.writable(offset)))
+        return false;
     Step& s = tStep;
     if (!s.active)
     {
-        if (offset >= area.validLength)
-            return false;
+        if (request.privateCopy && isWrite(uc))
+            return copyPrivatePage(ip, area, offset);
         if (emulateLoad(ip, area, offset, uc))
             return true;
+        const MemoryAccess access =
+            X86Decoder::decodeAccess(reinterpret_cast<const uint8_t*>(uc->uc_mcontext.gregs[REG_EIP]));
+        if (!access.known)
+        {
+            refuseUnknown(area, offset, uc);
+            return true;
+        }
         s = Step{};
         s.active = true;
         s.area = &area;
-        s.access = X86Decoder::decodeAccess(reinterpret_cast<const uint8_t*>(uc->uc_mcontext.gregs[REG_EIP]));
-        const uint32_t size = s.access.known ? static_cast<uint32_t>(s.access.size) : 8;
+        s.access = access;
+        const uint32_t size = static_cast<uint32_t>(access.size);
         s.from = offset;
-        s.to = offset + size < area.validLength ? offset + size : area.validLength;
-        sim::SimServer& board = ip.board();
-        const uint64_t now = ip.nowNs();
-        for (uint32_t o = s.from; o < s.to; ++o)
+        s.to = offset + size < request.validLength ? offset + size : request.validLength;
+        // A plain store does not read the bus: a read could disturb a register that counts them.
+        if (access.reads)
         {
-            area.alias[o] = readByte(board, area, o, now);
-            s.before[o - s.from] = area.alias[o];
+            sim::SimServer& board = ip.board();
+            const uint64_t now = ip.nowNs();
+            for (uint32_t o = s.from; o < s.to; ++o)
+                area.alias[o] = readByte(board, area, o, now);
         }
     }
-    else if (s.area != &area || offset >= area.validLength || s.pageCount == 4)
+    else if (s.area != &area || s.pageCount == 4)
         return false;
     auto* page = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(address) & ~(pageSize() - 1));
-    if (mprotect(page, pageSize(), PROT_READ | PROT_WRITE) != 0)
+    if (RealCalls::get().mprotect(page, pageSize(),
+                                  area.writable(offset) ? PROT_READ | PROT_WRITE : PROT_READ) != 0)
         return false;
     s.pages[s.pageCount++] = page;
     uc->uc_mcontext.gregs[REG_EFL] |= kTrapFlag;
@@ -141,23 +200,17 @@ void leaveArea(Interposer& ip, ucontext_t* uc)
 {
     Step& s = tStep;
     for (int i = 0; i < s.pageCount; ++i)
-        mprotect(s.pages[i], pageSize(), PROT_NONE);
+        RealCalls::get().mprotect(s.pages[i], pageSize(), PROT_NONE);
     uc->uc_mcontext.gregs[REG_EFL] &= ~kTrapFlag;
     MappedArea& area = *s.area;
     sim::SimServer& board = ip.board();
     const uint64_t now = ip.nowNs();
-    if (s.access.known && s.access.writes)
+    if (s.access.writes)
     {
         for (uint32_t o = s.from; o < s.to; ++o)
             writeByte(board, area, o, area.alias[o], now);
     }
-    else if (!s.access.known)
-    {
-        // An instruction the decoder does not know: only bytes that changed can be told apart.
-        for (uint32_t o = s.from; o < s.to; ++o)
-            if (area.alias[o] != s.before[o - s.from])
-                writeByte(board, area, o, area.alias[o], now);
-    }
+    ip.chargeAccess(place(area, s.from), area.alias[s.from], !s.access.writes);
     s.active = false;
 }
 
@@ -189,6 +242,7 @@ bool emulatePort(Interposer& ip, ucontext_t* uc)
         for (int i = 0; i < p.size; ++i)
             board.portWrite(static_cast<uint16_t>(port + i), static_cast<uint8_t>(value >> (8 * i)), now);
     }
+    ip.chargeAccess(kPortPlace | port, static_cast<uint32_t>(regs[REG_EAX]) & mask, p.input);
     regs[REG_EIP] += p.length;
     return true;
 }
@@ -256,7 +310,7 @@ void BusTrap::onSegv(int sig, siginfo_t* info, void* context)
         handled = area != nullptr && enterArea(*ip, *area, static_cast<uint8_t*>(info->si_addr), uc);
     }
     else if (ip != nullptr && trap == kGeneralProtection)
-        handled = emulatePort(*ip, uc);
+        handled = TscTrap::answer(*ip, uc) || emulatePort(*ip, uc);
     if (!handled)
         passOn(sig, info, context, gPreviousSegv);
     errno = savedErrno;

@@ -3,23 +3,27 @@
 // (configuration ioctl, mappings, port grants) are answered here.
 #include "BusTrap.h"
 #include "Interposer.h"
-#include "TraceJson.h"
+#include "MapRequest.h"
 #include "RealCalls.h"
 #include "SimServer.h"
+#include "TraceJson.h"
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
-#include <unistd.h>
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+using sim::TraceJson;
 using simhost::AreaKind;
 using simhost::Device;
 using simhost::DeviceTable;
 using simhost::Interposer;
-using sim::TraceJson;
+using simhost::MapRequest;
 using simhost::RealCalls;
 
 namespace
@@ -29,11 +33,6 @@ constexpr unsigned long kComramConfig = 0x80206E01;
 constexpr unsigned long kComramInit = 0x40046E10;
 constexpr unsigned long kComramShutdown = 0x40046E12;
 constexpr unsigned long kTimecodeInit = 0x40046B10;
-// Where the driver places its two areas in the device's mmap offset space. The I/O area starts
-// at port 0 so that its byte N is port N.
-constexpr uint32_t kComramOffset = 0x100000;
-constexpr uint32_t kIoAreaOffset = 0;
-constexpr uint32_t kIoAreaPorts = 0x400;
 
 // open's third argument exists only when the call may create a file.
 mode_t modeArgument(int flags, va_list args)
@@ -91,8 +90,14 @@ int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, vo
     int error = 0;
     if (device == Device::Comram && request == kComramConfig)
     {
-        uint32_t record[8] = {
-            0, kComramOffset, sim::SimServer::kComramSize, 0, kIoAreaOffset, kIoAreaPorts, 0, 0};
+        uint32_t record[8] = {0,
+                              MapRequest::kComramOffset,
+                              sim::SimServer::kComramSize,
+                              0,
+                              MapRequest::kIoAreaOffset,
+                              MapRequest::kIoAreaPorts,
+                              0,
+                              0};
         std::memcpy(arg, record, sizeof record);
     }
     else if ((device == Device::Comram && (request == kComramInit || request == kComramShutdown)) ||
@@ -123,28 +128,26 @@ int anyIoctl(int (*realIoctl)(int, unsigned long, ...), int fd, unsigned long re
     return deviceIoctl(*ip, fd, device, request, arg);
 }
 
-void* deviceMmap(Interposer& ip, Device device, size_t length, int64_t offset)
+void* deviceMmap(Interposer& ip, Device device, void* address, size_t length, int prot, int flags, int fd,
+                 int64_t offset)
 {
     TraceJson line(ip.nowNs(), "mmap");
     line.str("path", DeviceTable::name(device))
         .hex("offset", static_cast<uint32_t>(offset), 6)
         .snum("length", length);
+    simhost::AreaRequest request;
+    request.address = address;
+    request.fixedFlags = flags & (MAP_FIXED | MAP_FIXED_NOREPLACE);
+    const int openFlags = fcntl(fd, F_GETFL);
     uint8_t* area = nullptr;
-    if (device == Device::Comram && offset == kComramOffset && length > 0 &&
-        length <= sim::SimServer::kComramSize)
-    {
-        ip.board();
-        area = ip.areas().create(AreaKind::Comram, sim::SimServer::kComramSize);
-        line.str("area", "comram");
-    }
-    else if (device == Device::Comram && offset == kIoAreaOffset && length > 0 && length <= kIoAreaPorts)
-    {
-        ip.board();
-        area = ip.areas().create(AreaKind::IoArea, kIoAreaPorts);
-        line.str("area", "io");
-    }
+    if (const int error = MapRequest::check(device, openFlags, length, prot, flags, offset, &request))
+        errno = error;
     else
-        errno = device == Device::Comram ? EINVAL : ENODEV;
+    {
+        ip.board();
+        area = ip.areas().create(request);
+        line.str("area", request.kind == AreaKind::Comram ? "comram" : "io");
+    }
     if (area == nullptr)
         line.str("error", std::strerror(errno));
     else
@@ -158,10 +161,29 @@ void* deviceMmap(Interposer& ip, Device device, size_t length, int64_t offset)
 void* anyMmap(void* address, size_t length, int prot, int flags, int fd, int64_t offset)
 {
     Interposer* ip = runInterposer();
-    const Device device = ip != nullptr && fd >= 0 ? ip->devices().find(fd) : Device::None;
+    const bool fileBacked = (flags & MAP_ANONYMOUS) == 0 && fd >= 0;
+    const Device device = ip != nullptr && fileBacked ? ip->devices().find(fd) : Device::None;
     if (device == Device::None)
         return RealCalls::get().mmap64(address, length, prot, flags, fd, offset);
-    return deviceMmap(*ip, device, length, offset);
+    return deviceMmap(*ip, device, address, length, prot, flags, fd, offset);
+}
+
+// The board answers the ports from the first grant on.
+void grantPorts(Interposer& ip)
+{
+    ip.board();
+    simhost::BusTrap::install();
+}
+
+// Port access is CAP_SYS_RAWIO's: effective root has it, a set-user-ID program that dropped
+// its effective user has not until it takes it back.
+bool mayUsePorts()
+{
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[2] = {};
+    if (syscall(SYS_capget, &header, data) != 0)
+        return geteuid() == 0;
+    return (data[0].effective & (1u << CAP_SYS_RAWIO)) != 0;
 }
 
 } // namespace
@@ -279,6 +301,16 @@ extern "C"
         return 0;
     }
 
+    int mprotect(void* address, size_t length, int prot) noexcept
+    {
+        Interposer* ip = runInterposer();
+        simhost::MappedArea* area = ip != nullptr ? ip->areas().find(address) : nullptr;
+        if (area == nullptr)
+            return RealCalls::get().mprotect(address, length, prot);
+        const int error = simhost::MappedAreas::protect(*area, address, length, prot);
+        return error == 0 ? 0 : fail(error);
+    }
+
     int ioperm(unsigned long from, unsigned long count, int on) noexcept
     {
         Interposer* ip = runInterposer();
@@ -286,13 +318,19 @@ extern "C"
             return fail(ENOSYS);
         TraceJson line(ip->nowNs(), "ioperm");
         line.hex("from", static_cast<uint32_t>(from), 3).snum("count", count).snum("on", on != 0);
-        const bool ok = ip->ports().set(from, count, on != 0);
-        line.snum("result", ok ? 0 : -1);
+        int error = 0;
+        if (!simhost::PortGrants::validRange(from, count))
+            error = EINVAL;
+        else if (on != 0 && !mayUsePorts())
+            error = EPERM;
+        else
+            ip->ports().set(from, count, on != 0);
+        line.snum("result", error == 0 ? 0 : -1);
         ip->trace(line);
-        if (!ok)
-            return fail(EINVAL);
-        ip->board();
-        simhost::BusTrap::install();
+        if (error != 0)
+            return fail(error);
+        if (on != 0)
+            grantPorts(*ip);
         return 0;
     }
 
@@ -301,14 +339,18 @@ extern "C"
         Interposer* ip = runInterposer();
         if (ip == nullptr)
             return fail(ENOSYS);
-        if (level < 0 || level > 3)
+        if (static_cast<unsigned>(level) > 3)
             return fail(EINVAL);
         TraceJson line(ip->nowNs(), "iopl");
         line.snum("level", level);
+        const bool refused = level > ip->ports().level() && !mayUsePorts();
+        line.snum("result", refused ? -1 : 0);
         ip->trace(line);
-        ip->ports().setAll(level == 3);
-        ip->board();
-        simhost::BusTrap::install();
+        if (refused)
+            return fail(EPERM);
+        ip->ports().setLevel(level);
+        if (level == 3)
+            grantPorts(*ip);
         return 0;
     }
 

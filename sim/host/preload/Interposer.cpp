@@ -1,8 +1,10 @@
 #include "Interposer.h"
 
-#include "TraceJson.h"
+#include "PollCost.h"
 #include "RealCalls.h"
 #include "SimServer.h"
+#include "TraceJson.h"
+#include "TscTrap.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -11,6 +13,8 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace simhost
@@ -41,10 +45,51 @@ Interposer::Interposer()
         return;
     inRun_ = true;
     hostBoardType_ = static_cast<int>(config_.getInt("host_board", 1));
-    clock_ = VirtualClock(config_.getInt("mono_start_ns", VirtualClock::realNs(VirtualClock::kMonotonic)),
-                          config_.getInt("wall_start_ns", VirtualClock::realNs(VirtualClock::kRealtime)),
-                          config_.getDouble("speed", 1.0));
+    clock_ = VirtualClock::forRun(config_);
     trace_ = std::make_unique<TraceFile>(config_.get("trace"));
+    // The board's memory is the hardware's, not the program's: it is taken while a set-user-ID
+    // program still runs as root, so that dropping its effective user later changes nothing.
+    eepromFd_ = RealCalls::get().open64(config_.get("eeprom").c_str(), O_RDWR | O_CLOEXEC);
+    struct stat st;
+    if (eepromFd_ >= 0 && fstat(eepromFd_, &st) == 0)
+        eepromInode_ = st.st_ino;
+    if (clock_.reproducible())
+        TscTrap::enable();
+}
+
+namespace
+{
+thread_local PollCost tCost;
+} // namespace
+
+void Interposer::chargeAccess(uint32_t where, uint32_t value, bool read)
+{
+    clock_.advance(tCost.boardAccess(where, value, read));
+}
+
+uint64_t Interposer::readTsc()
+{
+    const auto ticks = static_cast<uint64_t>(clock_.monotonicNow()) * (TscTrap::kHz / 1'000'000'000);
+    clock_.advance(tCost.tscRead());
+    return ticks;
+}
+
+void Interposer::waited()
+{
+    tCost.waited();
+}
+
+bool Interposer::mainThread()
+{
+    return syscall(SYS_gettid) == getpid();
+}
+
+int Interposer::openEeprom(const std::string& path) const
+{
+    struct stat st;
+    if (eepromFd_ >= 0 && fstat(eepromFd_, &st) == 0 && st.st_ino == eepromInode_)
+        return eepromFd_;
+    return RealCalls::get().open64(path.c_str(), O_RDWR | O_CLOEXEC);
 }
 
 sim::SimServer& Interposer::board()
@@ -70,7 +115,7 @@ void Interposer::startBoard()
         }
     }
     const std::string eepromPath = config_.get("eeprom");
-    const int fd = RealCalls::get().open64(eepromPath.c_str(), O_RDWR | O_CLOEXEC);
+    const int fd = openEeprom(eepromPath);
     if (fd < 0)
         die("open", eepromPath);
     void* image = RealCalls::get().mmap64(nullptr, sim::SimServer::kEepromSize, PROT_READ | PROT_WRITE,
@@ -78,6 +123,7 @@ void Interposer::startBoard()
     if (image == MAP_FAILED)
         die("mmap", eepromPath);
     RealCalls::get().close(fd);
+    eepromFd_ = -1;
     board_ = std::make_unique<sim::SimServer>(boardConfig, static_cast<uint8_t*>(image), trace_.get());
 }
 

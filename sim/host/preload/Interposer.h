@@ -3,11 +3,11 @@
 #pragma once
 
 #include "DeviceTable.h"
-#include "TraceJson.h"
 #include "MappedAreas.h"
 #include "PortGrants.h"
 #include "RunConfig.h"
 #include "TraceFile.h"
+#include "TraceJson.h"
 #include "VirtualClock.h"
 
 #include <memory>
@@ -32,6 +32,13 @@ public:
     bool inRun() const { return inRun_; }
     const VirtualClock& clock() const { return clock_; }
     uint64_t nowNs() const { return static_cast<uint64_t>(clock_.monotonicNow()); }
+    // What moves the reproducible clock (PollCost): a board access after it was made, a counter
+    // read (answered before it is charged), and a sleep or wait of the calling thread.
+    void chargeAccess(uint32_t where, uint32_t value, bool read);
+    uint64_t readTsc();
+    void waited();
+    // The process's main thread: only its sleeps and timed waits move the clock.
+    static bool mainThread();
     int hostBoardType() const { return hostBoardType_; }
 
     DeviceTable& devices() { return devices_; }
@@ -44,6 +51,7 @@ public:
 private:
     Interposer();
     void startBoard();
+    int openEeprom(const std::string& path) const;
 
     static Interposer* anchor_;
     RunConfig config_;
@@ -54,6 +62,8 @@ private:
     MappedAreas areas_;
     PortGrants ports_;
     std::unique_ptr<TraceFile> trace_;
+    int eepromFd_ = -1;
+    uint64_t eepromInode_ = 0; // tells the image's descriptor from a later file of the same number
     std::once_flag boardOnce_;
     std::unique_ptr<sim::SimServer> board_;
 };

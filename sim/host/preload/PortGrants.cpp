@@ -3,13 +3,15 @@
 namespace simhost
 {
 
-bool PortGrants::set(unsigned long from, unsigned long count, bool on)
+bool PortGrants::validRange(unsigned long from, unsigned long count)
 {
-    if (from >= kPorts || count > kPorts - from)
-        return false;
+    return count != 0 && from < kPorts && count <= kPorts - from;
+}
+
+void PortGrants::set(unsigned long from, unsigned long count, bool on)
+{
     for (unsigned long port = from; port < from + count; ++port)
         bits_.set(port, on);
-    return true;
 }
 
 } // namespace simhost

@@ -12,14 +12,17 @@ class PortGrants
 public:
     static constexpr unsigned kPorts = 65536;
 
-    // false (EINVAL) for a range beyond the port space, as the kernel refuses it.
-    bool set(unsigned long from, unsigned long count, bool on);
-    void setAll(bool on) { all_ = on; }
-    bool granted(uint16_t port) const { return all_ || bits_.test(port); }
+    // The kernel refuses an empty range and one beyond the port space (EINVAL).
+    static bool validRange(unsigned long from, unsigned long count);
+    void set(unsigned long from, unsigned long count, bool on);
+    // iopl(2): level 3 opens every port.
+    int level() const { return level_; }
+    void setLevel(int level) { level_ = level; }
+    bool granted(uint16_t port) const { return level_ == 3 || bits_.test(port); }
 
 private:
     std::bitset<kPorts> bits_;
-    bool all_ = false;
+    int level_ = 0;
 };
 
 } // namespace simhost

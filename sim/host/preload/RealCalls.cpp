@@ -22,6 +22,7 @@ RealCalls::RealCalls()
     resolve(ioctlTime64, "__ioctl_time64");
     resolve(mmap64, "mmap64");
     resolve(munmap, "munmap");
+    resolve(mprotect, "mprotect");
 }
 
 const RealCalls& RealCalls::get()

@@ -18,6 +18,7 @@ struct RealCalls
     int (*ioctlTime64)(int, unsigned long, ...) = nullptr;
     void* (*mmap64)(void*, size_t, int, int, int, int64_t) = nullptr;
     int (*munmap)(void*, size_t) = nullptr;
+    int (*mprotect)(void*, size_t, int) = nullptr;
 
     static const RealCalls& get();
 

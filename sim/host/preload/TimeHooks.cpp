@@ -1,10 +1,11 @@
-// The process's clocks and sleeps in the run's virtual time: clocks run `speed` times faster,
-// sleeps last 1/speed of their duration, and the wall clock starts at the run's date. Both the
-// classic entry points and the 64-bit time ones that time64 builds call are covered.
+// The process's clocks, sleeps and timed waits in the run's virtual time (VirtualClock), and its
+// system log messages stamped at the time they were sent. Both the classic entry points and the
+// 64-bit time ones that time64 builds call are covered.
 #include "Interposer.h"
 
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
 #include <cstdint>
 #include <ctime>
 #include <dlfcn.h>
@@ -12,6 +13,7 @@
 #include <semaphore.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
+#include <syslog.h>
 #include <unistd.h>
 
 using simhost::Interposer;
@@ -107,14 +109,17 @@ int sleepUntilReal(int64_t realDeadline, int64_t* remainingVirtual, const Virtua
     return error;
 }
 
-// clock_nanosleep's contract: returns 0 or the error number.
+// clock_nanosleep's contract: returns 0 or the error number. With the reproducible clock the
+// main thread's sleep moves the clock by its span and returns at once; other threads sleep the
+// span in real time and leave the clock alone.
 int nanosleep64(clockid_t id, int flags, const Timespec64* request, Timespec64* remaining)
 {
     if (request->nsec < 0 || request->nsec >= kNs)
         return EINVAL;
     const VirtualClock* clock = virtualClock();
     const int64_t requested = request->sec * kNs + request->nsec;
-    if (clock == nullptr || !(isWallClock(id) || isMonotonicClock(id)))
+    int64_t now = 0;
+    if (clock == nullptr || !virtualNow(id, &now))
     {
         struct
         {
@@ -127,11 +132,14 @@ int nanosleep64(clockid_t id, int flags, const Timespec64* request, Timespec64* 
             *remaining = Timespec64{r.sec, static_cast<int32_t>(r.nsec), 0};
         return errno;
     }
-    const int64_t now = VirtualClock::realNs(CLOCK_MONOTONIC);
-    int64_t deadline = now + clock->toReal(requested);
-    if ((flags & TIMER_ABSTIME) != 0)
-        deadline =
-            isWallClock(id) ? clock->realMonoForWall(requested) : clock->realMonoForMonotonic(requested);
+    const int64_t span = (flags & TIMER_ABSTIME) != 0 ? requested - now : requested;
+    if (clock->reproducible() && Interposer::mainThread())
+    {
+        Interposer::get()->waited();
+        clock->advance(span);
+        return 0;
+    }
+    const int64_t deadline = VirtualClock::realNs(CLOCK_MONOTONIC) + (span > 0 ? clock->toReal(span) : 0);
     int64_t left = 0;
     const int error = sleepUntilReal(deadline, &left, *clock);
     if (error == EINTR && remaining != nullptr && (flags & TIMER_ABSTIME) == 0)
@@ -161,6 +169,20 @@ Timespec64 realDeadline(clockid_t id, const Timespec64& virtualDeadline)
     realClockGettime(id, &realNow);
     const int64_t at = realNow.sec * kNs + realNow.nsec + (left > 0 ? clock->toReal(left) : 0);
     return Timespec64{at / kNs, static_cast<int32_t>(at % kNs), 0};
+}
+
+// After a timed wait: the main thread's wait that ran out brings the reproducible clock to its
+// deadline (a wait that was woken took no virtual time).
+int waitEnded(clockid_t id, const Timespec64& virtualDeadline, int result)
+{
+    const VirtualClock* clock = virtualClock();
+    int64_t vNow = 0;
+    if (clock == nullptr || !clock->reproducible() || !Interposer::mainThread() || !virtualNow(id, &vNow))
+        return result;
+    Interposer::get()->waited();
+    if (result == ETIMEDOUT)
+        clock->advance(virtualDeadline.sec * kNs + virtualDeadline.nsec - vNow);
+    return result;
 }
 
 // Condition variables do not tell their clock: a deadline near the virtual wall clock is taken
@@ -198,6 +220,43 @@ template <typename F> F next(const char* name)
 {
     return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
 }
+
+// A system log message is stamped by the launcher when it arrives; the sender waits for that
+// (a few milliseconds at most, 2 s if the launcher is gone) so that the clock shows the time it
+// was sent.
+class SyslogStamp
+{
+public:
+    explicit SyslogStamp(int priority)
+    {
+        const VirtualClock* clock = virtualClock();
+        if (clock != nullptr && clock->page() != nullptr &&
+            (setlogmask(0) & LOG_MASK(LOG_PRI(priority))) != 0)
+        {
+            page_ = clock->page();
+            before_ = page_->syslogStamped.load();
+        }
+    }
+    ~SyslogStamp()
+    {
+        if (page_ == nullptr)
+            return;
+        const int64_t giveUp = VirtualClock::realNs(CLOCK_MONOTONIC) + 2 * kNs;
+        const struct
+        {
+            int64_t sec;
+            int64_t nsec;
+        } pause{0, 50'000};
+        while (page_->syslogStamped.load() == before_ && VirtualClock::realNs(CLOCK_MONOTONIC) < giveUp)
+            syscall(__NR_clock_nanosleep_time64, CLOCK_MONOTONIC, 0, &pause, nullptr);
+    }
+    SyslogStamp(const SyslogStamp&) = delete;
+    SyslogStamp& operator=(const SyslogStamp&) = delete;
+
+private:
+    simhost::ClockPage* page_ = nullptr;
+    uint64_t before_ = 0;
+};
 
 } // namespace
 
@@ -320,8 +379,9 @@ extern "C"
     {
         static auto real =
             next<int (*)(pthread_cond_t*, pthread_mutex_t*, const Timespec64*)>("__pthread_cond_timedwait64");
-        const Timespec64 at = realDeadline(guessClock(*deadline), *deadline);
-        return real(cond, mutex, &at);
+        const clockid_t id = guessClock(*deadline);
+        const Timespec64 at = realDeadline(id, *deadline);
+        return waitEnded(id, *deadline, real(cond, mutex, &at));
     }
 
     int pthread_cond_timedwait(pthread_cond_t* cond, pthread_mutex_t* mutex, const struct timespec* deadline)
@@ -336,7 +396,7 @@ extern "C"
         static auto real = next<int (*)(pthread_cond_t*, pthread_mutex_t*, clockid_t, const Timespec64*)>(
             "__pthread_cond_clockwait64");
         const Timespec64 at = realDeadline(id, *deadline);
-        return real(cond, mutex, id, &at);
+        return waitEnded(id, *deadline, real(cond, mutex, id, &at));
     }
 
     int pthread_cond_clockwait(pthread_cond_t* cond, pthread_mutex_t* mutex, clockid_t id,
@@ -346,11 +406,43 @@ extern "C"
         return __pthread_cond_clockwait64(cond, mutex, id, &wide);
     }
 
+    void vsyslog(int priority, const char* format, va_list args)
+    {
+        static auto real = next<void (*)(int, const char*, va_list)>("vsyslog");
+        SyslogStamp stamp(priority);
+        real(priority, format, args);
+    }
+
+    void syslog(int priority, const char* format, ...)
+    {
+        va_list args;
+        va_start(args, format);
+        vsyslog(priority, format, args);
+        va_end(args);
+    }
+
+    void __vsyslog_chk(int priority, int flag, const char* format, va_list args)
+    {
+        static auto real = next<void (*)(int, int, const char*, va_list)>("__vsyslog_chk");
+        SyslogStamp stamp(priority);
+        real(priority, flag, format, args);
+    }
+
+    void __syslog_chk(int priority, int flag, const char* format, ...)
+    {
+        va_list args;
+        va_start(args, format);
+        __vsyslog_chk(priority, flag, format, args);
+        va_end(args);
+    }
+
     int __sem_timedwait64(sem_t* sem, const Timespec64* deadline)
     {
         static auto real = next<int (*)(sem_t*, const Timespec64*)>("__sem_timedwait64");
         const Timespec64 at = realDeadline(CLOCK_REALTIME, *deadline);
-        return real(sem, &at);
+        const int result = real(sem, &at);
+        waitEnded(CLOCK_REALTIME, *deadline, result == 0 ? 0 : errno);
+        return result;
     }
 
     int sem_timedwait(sem_t* sem, const struct timespec* deadline)
