@@ -78,36 +78,20 @@ template <typename T> void ExpectAll(const std::vector<Case<T>>& cases)
 TEST(CStringFormat, IntegersFollowThePlatformRules)
 {
     ExpectAll<int>({
-        {"%d", -42, "-42"},
-        {"%+d", 5, "+5"},
-        {"% d", 5, " 5"},
-        {"%+ d", 5, "+5"},
-        {"%i", INT_MIN, "-2147483648"},
         {"%hd", 70000, "70000"}, // h is not a narrowing
         {"%hu", 70000, "70000"},
         {"%.0d", 0, "0"}, // zero keeps its digit at precision 0
         {"%5.0d", 0, "    0"},
-        {"%5.3d", -7, " -007"},
         {"%08.3d", 5, "00000005"}, // zero padding is not cancelled by a precision
-        {"%-08d|", 5, "5       |"},
         {"%+u", 5, "5"}, // sign flags only for signed conversions
-        {"%u", -1, "4294967295"},
-        {"%x", -1, "ffffffff"},
-        {"%X", 0xabcdef, "ABCDEF"},
         {"%#X", 255, "0xFF"}, // the prefix is always a lower-case x
         {"%#x", 0, "0x0"},
         {"%#o", 0, "00"},
-        {"%#o", 8, "010"},
         {"%#.5o", 8, "000010"}, // the prefix comes on top of the precision
-        {"%#10x", 255, "      0xff"},
-        {"%#010x", 255, "0x000000ff"},
-        {"%-#8x|", 255, "0xff    |"},
-        {"%o", 511, "777"},
         {"%I32d", -3, "-3"},
         {"%I32u", -1, "4294967295"}, // widened as unsigned
         {"%I32x", -1, "ffffffff"},
         {"%c", 0x141, "A"}, // the low byte only
-        {"%-6c|", 'x', "x     |"},
         {"%06c", 'x', "     x"}, // no zero padding for characters
         {"%.0c", 'x', "x"},
     });
@@ -116,19 +100,12 @@ TEST(CStringFormat, IntegersFollowThePlatformRules)
 TEST(CStringFormat, WideIntegersTakeTheirFullSize)
 {
     ExpectAll<long long>({
-        {"%lld", LLONG_MIN, "-9223372036854775808"},
-        {"%Ld", -1, "-1"},
         {"%I64d", 1234567890123LL, "1234567890123"},
-        {"%llu", -1, "18446744073709551615"},
         {"%I64x", 0x123456789abLL, "123456789ab"},
         {"%Lo", 01234567012345670LL, "1234567012345670"},
-        {"%12.12lld", 42, "000000000042"},
-        {"%10.10lld", 12345678901LL, "12345678901"},
     });
     ExpectAll<long>({
-        {"%ld", -5L, "-5"},
         {"%lu", LONG_MAX, std::to_string(LONG_MAX).c_str()},
-        {"%12.12ld", 7L, "000000000007"},
     });
 }
 
@@ -158,14 +135,10 @@ TEST(CStringFormat, StarWidthAndPrecisionComeFromArguments)
 TEST(CStringFormat, TextIsCutByPrecisionAndPaddedWithSpaces)
 {
     ExpectAll<const char*>({
-        {"%5.2s", "abc", "   ab"},
-        {"%-5s|", "ab", "ab   |"},
         {"%05s", "ab", "   ab"},
-        {"%.10s", "abc", "abc"},
         {"%s", nullptr, "<NULL>"},
         {"%.3s", nullptr, "<NU"},
         {"%8s|", nullptr, "  <NULL>|"},
-        {"%s", "", ""},
     });
 }
 

@@ -5,182 +5,88 @@
 
 #include <cerrno>
 #include <cstring>
-#include <functional>
+#include <sstream>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
-#include <vector>
 
 using Orx::KrpcLinuxTools::Permissions;
 
 namespace
 {
-constexpr uid_t USER_UID = 1000;
-
-struct Ids
+std::string Ids()
 {
-    uid_t real, effective, saved;
-};
-
-Ids CurrentIds()
-{
-    Ids ids{};
-    getresuid(&ids.real, &ids.effective, &ids.saved);
-    return ids;
+    uid_t real = 0, effective = 0, saved = 0;
+    getresuid(&real, &effective, &saved);
+    return std::to_string(real) + "/" + std::to_string(effective) + "/" + std::to_string(saved);
 }
 
-std::string Describe(const Ids& ids)
-{
-    return std::to_string(ids.real) + "/" + std::to_string(ids.effective) + "/" + std::to_string(ids.saved);
-}
-
-// Runs `check` in a child whose user IDs were first set to the given triple.
-std::string RunAs(Ids start, const std::function<std::string()>& check)
+// Runs `script` in a child that starts with the user IDs `start`: each word is a call and the
+// answer it must give ("drop=1"), or the IDs that must then be in force ("ids=1000/0/0").
+std::string Play(uid_t real, uid_t effective, uid_t saved, bool dropAtOnce, const std::string& script)
 {
     return RunInForkedChild(
         [&]
         {
-            if (setresuid(start.real, start.effective, start.saved) != 0)
+            umask(077);
+            if (setresuid(real, effective, saved) != 0)
             {
                 return std::string("setresuid: ") + strerror(errno);
             }
-            return check();
+            Permissions permissions(dropAtOnce, 3);
+            const mode_t mask = umask(0);
+            std::istringstream words(script);
+            std::string done = mask == 03 ? "" : "mask " + std::to_string(mask) + " ";
+            for (std::string word; words >> word;)
+            {
+                const std::string call = word.substr(0, word.find('='));
+                std::string answer;
+                if (call == "ids")
+                    answer = Ids();
+                else if (call == "has")
+                    answer = std::to_string(permissions.HasPrivileges());
+                else if (call == "drop")
+                    answer = std::to_string(permissions.DropPriveleges());
+                else if (call == "restore")
+                    answer = std::to_string(permissions.RestorePriveleges());
+                else if (call == "root")
+                    answer = std::to_string(permissions.ChangeRealUser(0));
+                else if (call == "back")
+                    answer = std::to_string(permissions.RestoreRealUser());
+                else if (call == "backKeep")
+                    answer = std::to_string(permissions.RestoreRealUser(true));
+                done += call + "=" + answer + " ";
+            }
+            return done;
         });
 }
 
-#define CHECK_OR_REPORT(condition)                                                                           \
-    do                                                                                                       \
-    {                                                                                                        \
-        if (!(condition))                                                                                    \
-        {                                                                                                    \
-            return std::string(#condition " failed with ids ") + Describe(CurrentIds());                     \
-        }                                                                                                    \
-    } while (0)
-
-bool Same(const Ids& a, const Ids& b)
+TEST(Permissions, IdentitySwitchesAsTheDeviceHandlesUseThem)
 {
-    return a.real == b.real && a.effective == b.effective && a.saved == b.saved;
+    ASSERT_EQ(geteuid(), 0u) << "the identity switches are checked from root";
+    struct
+    {
+        const char* how;
+        uid_t real, effective, saved;
+        bool dropAtOnce;
+        const char* script;
+    } const rows[] = {
+        {"root", 0, 0, 0, false, "has=1 drop=0 ids=0/0/0 root=1 back=1 ids=0/0/0"},
+        {"set-user-ID root", 1000, 0, 0, false,
+         "has=1 drop=1 has=0 ids=1000/1000/0 drop=0 restore=1 has=1 ids=1000/0/0 "
+         "drop=1 root=1 ids=0/0/0 back=1 ids=1000/0/0 backKeep=1 ids=1000/1000/0 has=0"},
+        {"set-user-ID root, dropped at once", 1000, 0, 0, true,
+         "has=0 ids=1000/1000/0 restore=1 ids=1000/0/0"},
+        {"set-user-ID to another user", 1000, 2000, 2000, false,
+         "has=1 drop=1 has=0 ids=1000/1000/2000 restore=1 has=1 ids=1000/2000/2000"},
+        {"ordinary user", 1000, 1000, 1000, false, "has=0 drop=0 root=0 ids=1000/1000/1000"},
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(Play(row.real, row.effective, row.saved, row.dropAtOnce, row.script),
+                  row.script + std::string(" "))
+            << row.how;
+    }
+    EXPECT_EQ(Permissions::GetInstance(), Permissions::GetInstance());
 }
-
-class PermissionsTest : public testing::Test
-{
-protected:
-    void SetUp() override { ASSERT_EQ(geteuid(), 0u) << "the identity switches are checked from root"; }
-};
 } // namespace
-
-TEST_F(PermissionsTest, RootKeepsItsRightsAndHasNothingToDrop)
-{
-    EXPECT_EQ(RunAs({0, 0, 0},
-                    []
-                    {
-                        Permissions permissions(false, 3);
-                        CHECK_OR_REPORT(permissions.HasPrivileges());
-                        CHECK_OR_REPORT(!permissions.DropPriveleges());
-                        CHECK_OR_REPORT(Same(CurrentIds(), {0, 0, 0}));
-                        CHECK_OR_REPORT(permissions.ChangeRealUser(0));
-                        CHECK_OR_REPORT(permissions.RestoreRealUser());
-                        CHECK_OR_REPORT(Same(CurrentIds(), {0, 0, 0}));
-                        return std::string();
-                    }),
-              "");
-}
-
-TEST_F(PermissionsTest, SetUserIdRootDropsRestoresAndBorrowsRoot)
-{
-    EXPECT_EQ(RunAs({USER_UID, 0, 0},
-                    []
-                    {
-                        Permissions permissions(false, 3);
-                        CHECK_OR_REPORT(permissions.HasPrivileges());
-                        CHECK_OR_REPORT(permissions.DropPriveleges());
-                        CHECK_OR_REPORT(!permissions.HasPrivileges());
-                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, USER_UID, 0}));
-                        CHECK_OR_REPORT(!permissions.DropPriveleges()); // nothing left to drop
-                        CHECK_OR_REPORT(permissions.RestorePriveleges());
-                        CHECK_OR_REPORT(permissions.HasPrivileges());
-
-                        // Borrowing root from the dropped state raises the effective ID first.
-                        CHECK_OR_REPORT(permissions.DropPriveleges());
-                        CHECK_OR_REPORT(permissions.ChangeRealUser(0));
-                        CHECK_OR_REPORT(Same(CurrentIds(), {0, 0, 0}));
-                        CHECK_OR_REPORT(permissions.RestoreRealUser());
-                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, 0, 0}));
-
-                        CHECK_OR_REPORT(permissions.RestoreRealUser(true));
-                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, USER_UID, 0}));
-                        CHECK_OR_REPORT(!permissions.HasPrivileges());
-                        return std::string();
-                    }),
-              "");
-}
-
-TEST_F(PermissionsTest, DropAtConstructionLeavesTheUserIdentityInForce)
-{
-    EXPECT_EQ(RunAs({USER_UID, 0, 0},
-                    []
-                    {
-                        Permissions permissions(true, 3);
-                        CHECK_OR_REPORT(!permissions.HasPrivileges());
-                        CHECK_OR_REPORT(permissions.RestorePriveleges());
-                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, 0, 0}));
-                        return std::string();
-                    }),
-              "");
-}
-
-TEST_F(PermissionsTest, OrdinaryUserCannotBecomeRoot)
-{
-    EXPECT_EQ(RunAs({USER_UID, USER_UID, USER_UID},
-                    []
-                    {
-                        Permissions permissions(false, 3);
-                        CHECK_OR_REPORT(!permissions.HasPrivileges());
-                        CHECK_OR_REPORT(!permissions.DropPriveleges());
-                        CHECK_OR_REPORT(!permissions.ChangeRealUser(0));
-                        CHECK_OR_REPORT(Same(CurrentIds(), {USER_UID, USER_UID, USER_UID}));
-                        return std::string();
-                    }),
-              "");
-}
-
-TEST_F(PermissionsTest, ConstructionSetsTheFileCreationMask)
-{
-    EXPECT_EQ(RunAs({0, 0, 0},
-                    []
-                    {
-                        umask(077);
-                        Permissions permissions(false, 3);
-                        mode_t previous = umask(0);
-                        CHECK_OR_REPORT(previous == 03);
-                        return std::string();
-                    }),
-              "");
-}
-
-TEST_F(PermissionsTest, SingletonIsCreatedOnceAcrossThreads)
-{
-    EXPECT_EQ(RunAs({0, 0, 0},
-                    []
-                    {
-                        Permissions* seen[8] = {};
-                        std::vector<std::thread> threads;
-                        for (auto& slot : seen)
-                        {
-                            threads.emplace_back([&slot] { slot = Permissions::GetInstance(); });
-                        }
-                        for (auto& thread : threads)
-                        {
-                            thread.join();
-                        }
-                        for (auto* instance : seen)
-                        {
-                            CHECK_OR_REPORT(instance != nullptr && instance == seen[0]);
-                        }
-                        CHECK_OR_REPORT(Permissions::GetInstance() == seen[0]);
-                        return std::string();
-                    }),
-              "");
-}

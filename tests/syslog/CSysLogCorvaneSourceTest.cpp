@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <sys/stat.h>
 #include <thread>
 #include <vector>
@@ -89,11 +90,13 @@ TEST_F(CSysLogCorvaneSourceTest, OnlyCriticitiesUpToTheThresholdAreKept)
     }
 }
 
-TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndFormattedText)
+TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndItsTextIsExpandedTwice)
 {
-    mSource->LogMessage(TEST_CHANNEL, 2, 0x12, -3, 0xC4, "value %d of %s", 42, "x");
+    mSource->LogMessage(TEST_CHANNEL, 2, 0x12, -3, 0xC4, "value %d of %s, %s", 42, "x", "50%% done");
+    mSource->GetChannel(TEST_CHANNEL + 1)->LogMessage(3, 0, 1, 2, "from %s", "handle");
+    EXPECT_EQ(nullptr, mSource->GetChannel(350));
     std::vector<CSysLogMessage> messages = Drain();
-    ASSERT_EQ(1u, messages.size());
+    ASSERT_EQ(2u, messages.size());
     const CSysLogMessage& message = messages[0];
     EXPECT_EQ(TEST_CHANNEL, +message.mChannel_U32);
     EXPECT_EQ(2, message.mCriticity_U8);
@@ -101,7 +104,10 @@ TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndFormattedText)
     EXPECT_EQ(0x12, +message.mErrorCode_U16);
     EXPECT_EQ(-3, +message.mSubId_S16);
     EXPECT_EQ(0xC4, message.mContext_U8);
-    EXPECT_STREQ("value 42 of x", message.GetText());
+    EXPECT_STREQ("value 42 of x, 50% done", message.GetText());
+    EXPECT_EQ(TEST_CHANNEL + 1, +messages[1].mChannel_U32);
+    EXPECT_EQ(1, +messages[1].mSubId_S16);
+    EXPECT_STREQ("from handle", messages[1].GetText());
 }
 
 TEST_F(CSysLogCorvaneSourceTest, SequenceNumbersCountPerChannelAndSkipRefusedMessages)
@@ -119,24 +125,6 @@ TEST_F(CSysLogCorvaneSourceTest, SequenceNumbersCountPerChannelAndSkipRefusedMes
         sequences[message.GetText()] = +message.mSequence_U32;
     }
     EXPECT_EQ((std::map<std::string, unsigned>{{"a0", 0}, {"a1", 1}, {"b0", 0}, {"b1", 1}}), sequences);
-}
-
-TEST_F(CSysLogCorvaneSourceTest, PercentLeftInTheTextIsExpandedASecondTime)
-{
-    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", "50%% done");
-    std::vector<CSysLogMessage> messages = Drain();
-    ASSERT_EQ(1u, messages.size());
-    EXPECT_STREQ("50% done", messages[0].GetText());
-}
-
-TEST_F(CSysLogCorvaneSourceTest, ChannelHandleLogsOnItsOwnChannel)
-{
-    mSource->GetChannel(TEST_CHANNEL + 1)->LogMessage(3, 0, 1, 2, "from %s", "handle");
-    EXPECT_EQ(nullptr, mSource->GetChannel(350));
-    std::vector<CSysLogMessage> messages = Drain();
-    ASSERT_EQ(1u, messages.size());
-    EXPECT_EQ(TEST_CHANNEL + 1, +messages[0].mChannel_U32);
-    EXPECT_STREQ("from handle", messages[0].GetText());
 }
 
 TEST_F(CSysLogCorvaneSourceTest, DisabledLogsNeitherLogNorReportLoad)
@@ -199,16 +187,13 @@ TEST_F(CSysLogCorvaneSourceTest, ConcurrentCallersKeepEveryChannelInOrder)
 {
     constexpr unsigned THREADS = 4;
     constexpr unsigned PER_THREAD = 3000;
-    for (unsigned t = 0; t < THREADS; t++)
-    {
-        mServer.SetThreshold(TEST_CHANNEL + 10 + t, SYSLOG_CRITICAL);
-    }
     std::atomic<unsigned> running{THREADS};
     std::vector<std::thread> writers;
     for (unsigned t = 0; t < THREADS; t++)
     {
+        mServer.SetThreshold(TEST_CHANNEL + 10 + t, SYSLOG_CRITICAL);
         writers.emplace_back(
-            [&, t]
+            [this, t, &running]
             {
                 for (unsigned i = 0; i < PER_THREAD; i++)
                 {
@@ -217,31 +202,26 @@ TEST_F(CSysLogCorvaneSourceTest, ConcurrentCallersKeepEveryChannelInOrder)
                 running--;
             });
     }
+    // Read while they write, then the rest: every channel comes out whole and in order.
     std::map<unsigned, std::vector<unsigned>> seen;
-    auto readAll = [&]
+    for (bool last = false; !last;)
     {
-        for (CSysLogMessage& message : Drain())
+        last = running == 0;
+        for (const CSysLogMessage& message : Drain())
         {
+            ASSERT_EQ(std::to_string(+message.mSequence_U32), message.GetText());
             seen[+message.mChannel_U32].push_back(+message.mSequence_U32);
-            EXPECT_EQ(std::to_string(+message.mSequence_U32), message.GetText());
         }
-    };
-    while (running > 0)
-    {
-        readAll();
     }
     for (std::thread& writer : writers)
     {
         writer.join();
     }
-    readAll();
     ASSERT_EQ(THREADS, seen.size());
-    for (auto& channel : seen)
+    std::vector<unsigned> expected(PER_THREAD);
+    std::iota(expected.begin(), expected.end(), 0u);
+    for (const auto& channel : seen)
     {
-        ASSERT_EQ(PER_THREAD, channel.second.size()) << channel.first;
-        for (unsigned i = 0; i < PER_THREAD; i++)
-        {
-            ASSERT_EQ(i, channel.second[i]) << channel.first;
-        }
+        EXPECT_EQ(expected, channel.second) << channel.first;
     }
 }

@@ -9,8 +9,8 @@
 #include <string>
 #include <sys/stat.h>
 
-using SysLogTest::ReadFile;
-using SysLogTest::ReadLines;
+const auto ReadFile = SysLogTest::ReadFile;
+const auto ReadLines = SysLogTest::ReadLines;
 
 namespace
 {
@@ -20,11 +20,13 @@ constexpr unsigned LOG_HEADER_BYTES = HEADER_LINES * 241;
 constexpr unsigned ERR_HEADER_BYTES = HEADER_LINES * 246;
 
 CSysLogMessage Message(unsigned channel, unsigned sequence, const char* text, unsigned short errorCode = 0,
-                       unsigned char criticity = 1)
+                       unsigned char criticity = 1, unsigned timeStamp = 0, short subId = 1,
+                       unsigned char context = 1)
 {
     CSysLogMessage message;
     std::string copy = text;
-    message.MakeMessage(channel, criticity, 0, static_cast<short>(errorCode), 1, 1, sequence, &copy[0]);
+    message.MakeMessage(channel, criticity, timeStamp, static_cast<short>(errorCode), subId, context,
+                        sequence, &copy[0]);
     return message;
 }
 
@@ -119,34 +121,34 @@ TEST_F(CSysLogFileTest, FirstMessageWritesTheHeaderThenTheLine)
 
 TEST_F(CSysLogFileTest, LineFieldsAndErrorLines)
 {
-    struct Case
+    struct
     {
         unsigned char criticity;
         unsigned short errorCode;
-        const char* logTail;
+        unsigned timeStamp;
+        short subId;
+        unsigned char context;
+        const char* logTail; // after the date and time
         const char* errorTail;
-    } const cases[] = {
-        {1, 0, "|C|     1| 1|text", nullptr},
-        {2, 0, "|N|     1| 1|text", nullptr},
-        {3, 0x12, "|D|     1| 1|text", "|D|     1| 1|0012|text"},
-        {7, 0xBEEF, "||     1| 1|text", "||     1| 1|BEEF|text"},
+    } const rows[] = {
+        {1, 0, 0, 1, 1, "|00000000|C|     1| 1|text", nullptr},
+        {2, 0, 0xDEADBEEF, -32768, 0xAB, "|DEADBEEF|N|-32768|AB|text", nullptr},
+        {3, 0x12, 0x1F, -5, 7, "|0000001F|D|    -5| 7|text", "|0000001F|D|    -5| 7|0012|text"},
+        {7, 0xBEEF, 0, 0, 0x10, "|00000000||     0|10|text", "|00000000||     0|10|BEEF|text"},
     };
     unsigned sequence = 0;
-    for (const Case& c : cases)
+    for (const auto& row : rows)
     {
         auto file = Make(70);
-        Write(*file, Message(70, sequence++, "text", c.errorCode, c.criticity));
+        Write(*file, Message(70, sequence++, "text", row.errorCode, row.criticity, row.timeStamp, row.subId,
+                             row.context));
         std::string last = ReadLines(file->GetLogPath()).back();
-        EXPECT_EQ(c.logTail, last.substr(26)) << last;
+        EXPECT_EQ(row.logTail, last.substr(17)) << last;
         std::vector<std::string> errors = ReadLines(file->GetErrorPath());
-        if (c.errorTail == nullptr)
+        ASSERT_EQ(HEADER_LINES + (row.errorTail != nullptr ? 1 : 0), errors.size());
+        if (row.errorTail != nullptr)
         {
-            EXPECT_EQ(HEADER_LINES, errors.size());
-        }
-        else
-        {
-            ASSERT_EQ(HEADER_LINES + 1, errors.size());
-            EXPECT_EQ(c.errorTail, errors.back().substr(26)) << errors.back();
+            EXPECT_EQ(row.errorTail, errors.back().substr(17));
         }
         file->DeleteFiles();
     }
@@ -229,24 +231,36 @@ TEST_F(CSysLogFileTest, ErrorFileRotatesOnItsOwnAndNoticesReachTheGeneralChannel
 
 TEST_F(CSysLogFileTest, OversizedExistingFileIsBackedUpWhenOpened)
 {
-    auto file = Make(75, 1000);
-    std::string old(1001, 'o');
-    SysLogTest::WriteFile(file->GetLogPath(), old);
-    std::string kept(1000, 'k');
-    SysLogTest::WriteFile(file->GetErrorPath(), kept);
-    EXPECT_TRUE(file->Open(true));
-    EXPECT_EQ(old, ReadFile(file->GetLogBackupPath()));
-    std::vector<std::string> lines = ReadLines(file->GetLogPath());
-    ASSERT_EQ(HEADER_LINES, lines.size()) << "moved before the header is written";
-    EXPECT_EQ(0u, lines[2].rfind("---------------------------------------- Log file (.log)", 0));
-    EXPECT_FALSE(SysLogTest::Exists(file->GetErrorBackupPath())) << "exactly the maximal size stays";
-    EXPECT_EQ(0u, ReadFile(file->GetErrorPath()).rfind(kept + "-----", 0))
-        << "header appended after old content";
+    for (bool errorFileOver : {false, true})
+    {
+        auto file = Make(75, 1000);
+        const std::string over(1001, 'o'), kept(1000, 'k');
+        SysLogTest::WriteFile(file->GetLogPath(), errorFileOver ? kept : over);
+        SysLogTest::WriteFile(file->GetErrorPath(), errorFileOver ? over : kept);
+        const std::string moved = errorFileOver ? file->GetErrorPath() : file->GetLogPath();
+        const std::string backup = errorFileOver ? file->GetErrorBackupPath() : file->GetLogBackupPath();
+        const std::string stays = errorFileOver ? file->GetLogPath() : file->GetErrorPath();
+        EXPECT_TRUE(file->Open(true));
+        EXPECT_EQ(over, ReadFile(backup));
+        std::vector<std::string> lines = ReadLines(moved);
+        ASSERT_EQ(HEADER_LINES, lines.size()) << "moved before the header is written";
+        EXPECT_EQ(0u, lines[2].rfind(errorFileOver
+                                         ? "---------------------------------------- Error log file (.err)"
+                                         : "---------------------------------------- Log file (.log)",
+                                     0));
+        EXPECT_EQ(0u, ReadFile(stays).rfind(kept + "-----", 0))
+            << "exactly the maximal size: header appended";
+        EXPECT_FALSE(
+            SysLogTest::Exists(errorFileOver ? file->GetLogBackupPath() : file->GetErrorBackupPath()));
 
-    CSysLogServer::GetInstance().FlushPendingMessages();
-    EXPECT_NE(std::string::npos,
-              ReadFile(SysLogTest::LogDir() + "cvn_general.log")
-                  .find("--- Backuping log file " + std::string(file->GetLogPath()) + " (Open) ---"));
+        CSysLogServer::GetInstance().FlushPendingMessages();
+        const std::string general = ReadFile(SysLogTest::LogDir() + "cvn_general.log");
+        EXPECT_NE(std::string::npos,
+                  general.find(errorFileOver ? "|--- Backuping error file " + moved + " (Open)---\r\n"
+                                             : "|--- Backuping log file " + moved + " (Open) ---\r\n"));
+        EXPECT_NE(std::string::npos, general.find("|--- Backup " + backup + " done    ---\r\n"));
+        file->DeleteFiles();
+    }
 }
 
 TEST_F(CSysLogFileTest, ChannelTwentyEightAlwaysGetsFiftyMebibytes)
@@ -269,18 +283,32 @@ TEST_F(CSysLogFileTest, ChannelTwentyEightAlwaysGetsFiftyMebibytes)
     EXPECT_EQ(5242880u, byDefault.GetMaxSize());
 }
 
-TEST_F(CSysLogFileTest, UnopenablePathCountsAsOpenAndLosesMessagesQuietly)
+// Writes on a descriptor that failed to open are lost without a trace: they never count toward
+// the file's size, so they never rotate anything.
+TEST_F(CSysLogFileTest, UnopenableFilesCountAsOpenAndTheirLostWritesNeverRotate)
 {
-    auto file = Make(76);
-    // A directory where the log file should be makes every open fail with -1, which is not 0.
+    auto file = Make(76, 100);
+    // A directory where each file should be makes every open fail with -1, which is not 0.
     ASSERT_EQ(0, mkdir(file->GetLogPath(), 0777));
     ASSERT_EQ(0, mkdir(file->GetErrorPath(), 0777));
-    Write(*file, Message(76, 0, "lost"));
+    Write(*file, Message(76, 0, "lost", 0x1));
+    Write(*file, Message(76, 1, "lost too", 0x1));
     EXPECT_TRUE(file->IsOpened());
     EXPECT_TRUE(file->IsReadyForReceiving());
-    Write(*file, Message(76, 1, "lost too"));
-    rmdir(file->GetLogPath());
-    rmdir(file->GetErrorPath());
+    for (const char* path : {file->GetLogBackupPath(), file->GetErrorBackupPath()})
+    {
+        EXPECT_FALSE(SysLogTest::Exists(path)) << path;
+    }
+    struct stat info = {};
+    EXPECT_TRUE(stat(file->GetLogPath(), &info) == 0 && S_ISDIR(info.st_mode)) << "the folder was moved away";
+    EXPECT_TRUE(stat(file->GetErrorPath(), &info) == 0 && S_ISDIR(info.st_mode))
+        << "the folder was moved away";
+    file->DeleteFiles();
+    for (const char* path :
+         {file->GetLogPath(), file->GetErrorPath(), file->GetLogBackupPath(), file->GetErrorBackupPath()})
+    {
+        rmdir(path); // only the folders this test made, wherever they ended
+    }
 }
 
 TEST_F(CSysLogFileTest, DeleteFilesStartsAFreshFileOnTheNextMessage)

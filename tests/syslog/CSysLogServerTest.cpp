@@ -7,14 +7,16 @@
 #include "SysLogChannelNames.h"
 #include "SysLogTestFiles.h"
 #include <atomic>
+#include <cstdlib>
 #include <deque>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <numeric>
 #include <string>
 #include <vector>
 
-using SysLogTest::ReadFile;
-using SysLogTest::WaitFor;
+const auto ReadFile = SysLogTest::ReadFile;
+const auto WaitFor = SysLogTest::WaitFor;
 
 namespace
 {
@@ -26,27 +28,38 @@ public:
     int WriteMessage(CSysLogMessage* message) override
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        mSequences.push_back(+message->mSequence_U32);
+        mMessages.push_back(*message);
         return message->mTextLength_U8;
     }
     bool IsReadyForReceiving() const override { return mReady.load(); }
     void Flush() override {}
-    size_t Count()
+    std::vector<CSysLogMessage> Messages()
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        return mSequences.size();
+        return mMessages;
     }
+    size_t Count() { return Messages().size(); }
     std::vector<unsigned> Sequences()
     {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mSequences;
+        std::vector<unsigned> sequences;
+        for (const CSysLogMessage& message : Messages())
+        {
+            sequences.push_back(+message.mSequence_U32);
+        }
+        return sequences;
     }
     std::atomic<bool> mReady{true};
 
 private:
     std::mutex mMutex;
-    std::vector<unsigned> mSequences;
+    std::vector<CSysLogMessage> mMessages;
 };
+
+// Linked destinations live as long as the process: the server may still write at exit.
+CRecordingDestination& NewDestination()
+{
+    return *new CRecordingDestination;
+}
 
 class CLoadSource : public CSysLogSource
 {
@@ -55,14 +68,14 @@ public:
     unsigned int GiveLoad() override { return mLoad; }
     unsigned mLoad;
 };
-// A second source that the worker never serves (no load): only Flush reads it.
+
+// A source that the test fills; the worker serves it only while it is loaded and not empty.
 class CQueueSource : public CSysLogSource
 {
 public:
-    void Push(unsigned channel, unsigned sequence)
+    void Push(unsigned channel, unsigned sequence, std::string text = "queued")
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        std::string text = "queued " + std::to_string(sequence);
         CSysLogMessage message;
         message.MakeMessage(channel, 1, 0, 0, 0, 0, sequence, &text[0]);
         mQueue.push_back(message);
@@ -77,11 +90,33 @@ public:
             mQueue.pop_front();
         }
     }
+    unsigned int GiveLoad() override
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mLoaded && !mQueue.empty() ? 50 : 0;
+    }
+    size_t Size()
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mQueue.size();
+    }
+    std::atomic<bool> mLoaded{false};
 
 private:
     std::mutex mMutex;
     std::deque<CSysLogMessage> mQueue;
 };
+// Puts `source` in slot 1 with `channel` (every channel for 350) linked to a new destination.
+CRecordingDestination& Attach(CQueueSource& source, unsigned channel)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CRecordingDestination& destination = NewDestination();
+    bool attached =
+        server.AddSource(&source) && server.AddDestination(&destination) &&
+        (channel < SYSLOG_NB_CHANNEL ? server.Link(1, channel, &destination) : server.Link(1, &destination));
+    EXPECT_TRUE(attached);
+    return destination;
+}
 } // namespace
 
 TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFiles)
@@ -106,43 +141,27 @@ TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebib
     EXPECT_STREQ("  No Log", CSysLogServer::GetCriticityName(0));
     EXPECT_STREQ("   Debug", CSysLogServer::GetCriticityName(3));
     EXPECT_STREQ("", CSysLogServer::GetCriticityName(4));
-}
 
-TEST(CSysLogServer, CriticalMessageReachesTheChannelFileAndNormalOneDoesNot)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
+    // The worker writes without any flush; the files of other channels stay closed.
     server.GetHostSource().LogMessage(224, 2, 0, 1, 1, "normal, dropped");
     server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "critical, kept");
-    server.FlushPendingMessages();
-    std::string log = ReadFile(EEPROM_LOG);
-    EXPECT_NE(std::string::npos, log.find("|C|     1| 1|critical, kept\r\n"));
-    EXPECT_EQ(std::string::npos, log.find("dropped"));
+    EXPECT_TRUE(WaitFor(
+        [] { return ReadFile(EEPROM_LOG).find("|C|     1| 1|critical, kept\r\n") != std::string::npos; }));
+    EXPECT_EQ(std::string::npos, ReadFile(EEPROM_LOG).find("dropped"));
     EXPECT_TRUE(server.IsFileOpened(224));
     EXPECT_FALSE(server.IsFileOpened(225));
     EXPECT_TRUE(SysLogTest::Exists("/mnt/APPS/data/log/cvn_eeprom.err")) << "opened with the log file";
 }
 
-TEST(CSysLogServer, WorkerWritesWithoutAnyFlush)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "by the worker %d", 7);
-    EXPECT_TRUE(
-        WaitFor([] { return ReadFile(EEPROM_LOG).find("|by the worker 7\r\n") != std::string::npos; }));
-}
-
 TEST(CSysLogServer, ConfigurationFilesAreReadAtConstruction)
 {
-    SysLogTest::WriteFile(CSysLogServer::THRESHOLD_FILE, "224-3\r\n225*2\r\n030-3\r\n226-7\r\n");
-    SysLogTest::WriteFile(CSysLogServer::FILE_SIZE_FILE, "{\"Channel\": 224, \"FileSize\": 10485760}\n"
-                                                         "{\"Channel\": 225, \"FileSize\": 1048576}\n");
+    SysLogTest::WriteFile(CSysLogServer::THRESHOLD_FILE, "224-3\r\n225*2\r\n");
+    SysLogTest::WriteFile(CSysLogServer::FILE_SIZE_FILE, "{\"Channel\": 224, \"FileSize\": 10485760}\n");
     CSysLogServer& server = CSysLogServer::GetInstance();
     EXPECT_EQ(SYSLOG_DEBUG, server.GetThreshold(224));
     EXPECT_EQ(SYSLOG_NORMAL, server.GetThreshold(225));
     EXPECT_EQ(225u, server.GetSelectedChannel());
-    EXPECT_EQ(SYSLOG_CRITICAL, server.GetThreshold(226)) << "digit 7 changes nothing";
-    EXPECT_EQ(0, server.GetThreshold(30)) << "micro-code records are not read back";
     EXPECT_EQ(10485760u, server.GetMaxFileSize(224));
-    EXPECT_EQ(5242880u, server.GetMaxFileSize(225));
     server.GetHostSource().LogMessage(224, 3, 0, 1, 1, "debug is on");
     server.FlushPendingMessages();
     EXPECT_NE(std::string::npos, ReadFile(EEPROM_LOG).find("|D|     1| 1|debug is on"));
@@ -223,8 +242,7 @@ TEST(CSysLogServer, SourceAndDestinationSlotsAndLinks)
     EXPECT_EQ(1, server.GetSourceId(&first));
     EXPECT_EQ(-1, server.GetSourceId(&second));
 
-    static CRecordingDestination* const S_pDestination = new CRecordingDestination;
-    CRecordingDestination& destination = *S_pDestination;
+    CRecordingDestination& destination = NewDestination();
     CRecordingDestination unknown;
     EXPECT_TRUE(server.AddDestination(&destination));
     EXPECT_EQ(214, server.GetDestId(&destination)) << "after the 214 host channel files";
@@ -235,7 +253,6 @@ TEST(CSysLogServer, SourceAndDestinationSlotsAndLinks)
     EXPECT_TRUE(server.Link(1, &destination));
     server.RemoveSource(&first);
     EXPECT_EQ(-1, server.GetSourceId(&first));
-    server.Flush(2, 10);
 }
 
 TEST(CSysLogServer, FullerSourceIsServedFirstAndTheOtherAfterItsWaitCount)
@@ -277,9 +294,7 @@ TEST(CSysLogServer, FullerSourceIsServedFirstAndTheOtherAfterItsWaitCount)
 TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothing)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
-    // Linked for the rest of the process: it must outlive the server's last pass.
-    static CRecordingDestination* const S_pDestination = new CRecordingDestination;
-    CRecordingDestination& destination = *S_pDestination;
+    CRecordingDestination& destination = NewDestination();
     destination.mReady = false;
     ASSERT_TRUE(server.AddDestination(&destination));
     ASSERT_TRUE(server.Link(0, 300, &destination));
@@ -289,33 +304,16 @@ TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothin
         server.GetHostSource().LogMessage(300, 3, 0, 0, 0, "burst %d", i);
     }
     // While the destination is busy its message waits in the slot and the rest stay in the ring.
-    EXPECT_FALSE(WaitFor([&] { return destination.Count() > 0; }, 200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_EQ(0u, destination.Count());
     destination.mReady = true;
     ASSERT_TRUE(WaitFor([&] { return destination.Count() == 50; }));
-    std::vector<unsigned> sequences = destination.Sequences();
-    for (unsigned i = 0; i < 50; i++)
-    {
-        EXPECT_EQ(i, sequences[i]);
-    }
+    std::vector<unsigned> expected(50);
+    std::iota(expected.begin(), expected.end(), 0u);
+    EXPECT_EQ(expected, destination.Sequences());
     SSysLogStatistics statistics = server.GetMaxStatisticArray();
     EXPECT_EQ(20u, statistics.mMaxWrittenInPass_U32);
     EXPECT_GE(statistics.mMaxFullPasses_U32, 1u);
-}
-
-TEST(CSysLogServer, OverflowShowsAsALostLineInTheFile)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    const std::string text(190, 'v');
-    server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "%s", "written before the burst");
-    server.FlushPendingMessages();
-    for (int i = 0; i < 12000; i++)
-    {
-        server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "%05d %s", i, text.c_str());
-    }
-    server.FlushPendingMessages();
-    std::string log = ReadFile(EEPROM_LOG);
-    EXPECT_GE(SysLogTest::CountOf(log, "---------- Log message lost ----------\r\n"), 1);
-    EXPECT_NE(std::string::npos, log.find("|11999 " + text + "\r\n")) << "the newest message is never lost";
 }
 
 TEST(CSysLogServer, NewHeaderReachesOpenFilesAtOnce)
@@ -352,15 +350,11 @@ TEST(CSysLogServer, ShutdownLeavesAFinalLineForTheWorkerInEveryOpenFile)
 TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCounter228)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
-    // Both live as long as the process: the server still flushes the slot at exit.
-    static CQueueSource* const S_pSource = new CQueueSource;
-    static CRecordingDestination* const S_pDestination = new CRecordingDestination;
-    ASSERT_TRUE(server.AddSource(S_pSource));
-    ASSERT_TRUE(server.AddDestination(S_pDestination));
-    ASSERT_TRUE(server.Link(1, S_pDestination));
+    CQueueSource source;
+    CRecordingDestination& destination = Attach(source, SYSLOG_NB_CHANNEL);
     for (unsigned sequence = 0; sequence < 10; sequence++)
     {
-        S_pSource->Push(300, sequence);
+        source.Push(300, sequence);
     }
     ASSERT_FALSE(server.IsFileOpened(227));
 
@@ -383,6 +377,84 @@ TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCount
             ASSERT_TRUE(WaitFor([&] { return server.IsFileOpened(channel); })) << channel;
         }
         server.Flush(1, 0);
-        EXPECT_EQ(step.writtenSoFar, S_pDestination->Count()) << step.openChannels.size() << " open";
+        EXPECT_EQ(step.writtenSoFar, destination.Count()) << step.openChannels.size() << " open";
     }
+    server.RemoveSource(&source);
+}
+
+TEST(CSysLogServer, FlushDropsWhatItsDestinationIsNotReadyFor)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CQueueSource source;
+    CRecordingDestination& destination = Attach(source, 300);
+    for (unsigned sequence = 0; sequence < 3; sequence++)
+    {
+        source.Push(300, sequence);
+    }
+    server.Flush(2, 10);
+    EXPECT_EQ(3u, source.Size()) << "there is no third source slot";
+    destination.mReady = false;
+    server.Flush(1, 10);
+    EXPECT_EQ(0u, source.Size());
+    // Ready again, the worker serves the slot: only the new message arrives, nothing was held back.
+    destination.mReady = true;
+    source.Push(300, 3);
+    source.mLoaded = true;
+    ASSERT_TRUE(WaitFor([&] { return source.Size() == 0 && destination.Count() > 0; }));
+    server.FlushPendingMessages();
+    EXPECT_EQ(std::vector<unsigned>{3}, destination.Sequences());
+    server.RemoveSource(&source);
+}
+
+TEST(CSysLogServer, MessageOnAChannelOf350OrMoreIsReportedOnChannel5)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CQueueSource source;
+    CRecordingDestination& destination = NewDestination();
+    server.SetThreshold(5, SYSLOG_CRITICAL);
+    ASSERT_TRUE(server.AddDestination(&destination));
+    ASSERT_TRUE(server.Link(0, 5, &destination));
+    ASSERT_TRUE(server.AddSource(&source));
+    source.Push(350, 0);
+    source.Push(4000, 0, "");
+    source.mLoaded = true;
+    ASSERT_TRUE(WaitFor([&] { return destination.Count() == 2; }));
+    std::vector<CSysLogMessage> messages = destination.Messages();
+    EXPECT_STREQ("SYSLOG DEBUG - Channel == 350", messages[0].GetText());
+    EXPECT_STREQ("SYSLOG DEBUG - Channel == 4000", messages[1].GetText());
+    for (const CSysLogMessage& message : messages)
+    {
+        EXPECT_EQ(5u, +message.mChannel_U32);
+        EXPECT_EQ("1 0 0 0",
+                  std::to_string(message.mCriticity_U8) + " " + std::to_string(message.mErrorCode_U16) + " " +
+                      std::to_string(message.mSubId_S16) + " " + std::to_string(message.mContext_U8));
+    }
+    server.RemoveSource(&source);
+}
+
+TEST(CSysLogServer, MessagesStillInTheRingAreWrittenAtProcessExit)
+{
+    // A fresh process: the server is built, fed faster than its worker writes, then left by exit.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            // Registered before the server exists, so it runs after the server's destructor.
+            std::atexit(
+                []
+                {
+                    std::string log = ReadFile(EEPROM_LOG);
+                    _exit(SysLogTest::CountOf(log, "|message ") == 999 &&
+                                  log.find("|the last\r\n") != std::string::npos
+                              ? 0
+                              : 3);
+                });
+            CSysLogServer& server = CSysLogServer::GetInstance();
+            for (int i = 0; i < 999; i++)
+            {
+                server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "message %d", i);
+            }
+            server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "the last");
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
 }

@@ -23,7 +23,7 @@ TEST(EmptyText, IsDroppedAtLoggingWithoutUsingASequenceNumber)
         CSysLogMessage message;
         source.ReadMessage(&message);
         EXPECT_EQ(sequence == 0 ? "first" : "second", std::string(message.GetText()));
-        EXPECT_EQ(sequence, message.mSequence_U32);
+        EXPECT_EQ(sequence, +message.mSequence_U32);
     }
     CSysLogMessage none;
     source.ReadMessage(&none);

@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fcntl.h>
 #include <fstream>
 #include <sched.h>
 #include <string>
@@ -35,10 +35,8 @@ public:
         mPid = fork();
         if (mPid == 0)
         {
-            close(fds[0]);
             prctl(PR_SET_NAME, name.c_str(), 0, 0, 0);
-            char ready = 'r';
-            if (write(fds[1], &ready, 1) != 1)
+            if (write(fds[1], "r", 1) != 1)
             {
                 _exit(1);
             }
@@ -47,13 +45,13 @@ public:
                 pause();
             }
         }
-        close(fds[1]);
         char ready = 0;
         if (mPid < 0 || read(fds[0], &ready, 1) != 1)
         {
             mPid = -1;
         }
         close(fds[0]);
+        close(fds[1]);
     }
     ~NamedChild()
     {
@@ -74,25 +72,18 @@ std::string UniqueName(const char* stem)
     return std::string(stem) + std::to_string(getpid() % 100000);
 }
 
-struct Scheduling
-{
-    int policy;
-    int priority;
-};
-
-Scheduling SchedulingOf(pid_t pid)
+std::string SchedulingOf(pid_t pid)
 {
     sched_param param{};
-    int policy = sched_getscheduler(pid);
     sched_getparam(pid, &param);
-    return {policy, param.sched_priority};
+    return (sched_getscheduler(pid) == SCHED_FIFO ? "fifo " : "other ") +
+           std::to_string(param.sched_priority);
 }
 } // namespace
 
-TEST(CProcExplorer, ReadsAll42FieldsOfItsOwnStatLine)
+TEST(CProcExplorer, ReadsAll42FieldsOfAStatLineAndRefusesWhatIsMissing)
 {
     CProcExplorer explorer;
-    EXPECT_GT(explorer.GetPidMax(), 0);
     _STRUCT_STAT_INFO info{};
     ASSERT_EQ(explorer.GetStatInfoFromPid(static_cast<unsigned int>(getpid()), &info), 0);
     std::ifstream comm("/proc/self/comm");
@@ -103,73 +94,62 @@ TEST(CProcExplorer, ReadsAll42FieldsOfItsOwnStatLine)
     EXPECT_EQ(info.State_c, 'R');
     EXPECT_EQ(info.ParentPid_S32, getppid());
     EXPECT_EQ(info.ProcessGroup_S32, getpgrp());
-    EXPECT_GE(info.ThreadCount_S32, 1);
     EXPECT_EQ(static_cast<int>(info.SchedulingPolicy_U32), sched_getscheduler(0));
     EXPECT_EQ(info.ExitSignal_S32, SIGCHLD);
-}
 
-TEST(CProcExplorer, MissingProcessOrRecordGivesMinusOne)
-{
-    CProcExplorer explorer;
-    _STRUCT_STAT_INFO info{};
     EXPECT_EQ(explorer.GetStatInfoFromPid(0, &info), -1);
-    EXPECT_EQ(explorer.GetStatInfoFromPid(static_cast<unsigned int>(getpid()), nullptr), -1);
     EXPECT_EQ(explorer.GetPidFromName(nullptr), -1);
-    EXPECT_EQ(explorer.GetPidFromPartialName(nullptr), -1);
 }
 
-TEST(CProcExplorer, FindsARenamedChildByExactAndPartialName)
+TEST(CProcExplorer, NamesMatchWithTheirParenthesesAndTheLowestPidWins)
 {
-    std::string name = UniqueName("svkx");
-    NamedChild child(name);
-    ASSERT_GT(child.Pid(), 0) << "fork of the named child failed";
+    const std::string name = UniqueName("svkx");
+    NamedChild first(name);
+    NamedChild second(name);
+    const std::string blank = "svk " + std::to_string(getpid() % 100000);
+    NamedChild withBlank(blank);
+    ASSERT_TRUE(first.Pid() > 0 && second.Pid() > 0 && withBlank.Pid() > 0);
+    const int lowest = std::min(first.Pid(), second.Pid());
     CProcExplorer explorer;
     struct
     {
         const char* how;
         int found;
-    } cases[] = {
-        {"exact with parentheses", explorer.GetPidFromName(("(" + name + ")").c_str())},
-        {"exact without parentheses", explorer.GetPidFromName(name.c_str())},
-        {"partial", explorer.GetPidFromPartialName(name.substr(1).c_str())},
-        {"partial with closing parenthesis", explorer.GetPidFromPartialName((name + ")").c_str())},
+        int expected;
+    } const rows[] = {
+        {"exact with parentheses", explorer.GetPidFromName(("(" + name + ")").c_str()), lowest},
+        {"exact without parentheses", explorer.GetPidFromName(name.c_str()), -1},
+        {"partial", explorer.GetPidFromPartialName(name.substr(1).c_str()), lowest},
+        {"partial with the closing parenthesis", explorer.GetPidFromPartialName((name + ")").c_str()),
+         lowest},
+        {"a blank splits the name: skipped", explorer.GetPidFromName(("(" + blank + ")").c_str()), -1},
     };
-    EXPECT_EQ(cases[0].found, child.Pid()) << cases[0].how;
-    EXPECT_EQ(cases[1].found, -1) << cases[1].how;
-    EXPECT_EQ(cases[2].found, child.Pid()) << cases[2].how;
-    EXPECT_EQ(cases[3].found, child.Pid()) << cases[3].how;
-}
-
-TEST(CProcExplorer, NameWithABlankIsSkippedByTheScan)
-{
-    std::string name = "svk " + std::to_string(getpid() % 100000);
-    NamedChild child(name);
-    ASSERT_GT(child.Pid(), 0);
-    CProcExplorer explorer;
-    EXPECT_EQ(explorer.GetPidFromName(("(" + name + ")").c_str()), -1);
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(row.found, row.expected) << row.how;
+    }
 }
 
 TEST(CProcExplorer, WalkIsBoundedByPidMaxAndFallsBackWhenItIsUnreadable)
 {
-    std::string name = UniqueName("svkm");
+    const std::string name = UniqueName("svkm");
     NamedChild child(name);
     ASSERT_GT(child.Pid(), 1);
-    std::string exact = "(" + name + ")";
+    const std::string exact = "(" + name + ")";
+    const int reachable = child.Pid() < 32768 ? child.Pid() : -1;
     struct
     {
-        const char* content;
-        int expectedPidMax;
-        int expectedPid;
-    } cases[] = {
-        {"not a number\n", 32768, child.Pid() < 32768 ? child.Pid() : -1},
-        {"", 32768, child.Pid() < 32768 ? child.Pid() : -1},
+        std::string content;
+        int pidMax;
+        int found;
+    } const rows[] = {
+        {"not a number\n", 32768, reachable},
+        {"", 32768, reachable},
         {"0\n", 0, -1},
-        // The walk stops below the limit: the child's own number is just out of reach.
-        {nullptr, child.Pid(), -1},
+        {std::to_string(child.Pid()) + "\n", child.Pid(), -1}, // the walk stops just below the child
     };
-    for (const auto& each : cases)
+    for (const auto& row : rows)
     {
-        std::string limit = each.content ? each.content : std::to_string(child.Pid()) + "\n";
         // pid_max is replaced in a private mount namespace only, so the machine never sees it.
         std::string report = RunInForkedChild(
             [&]
@@ -180,118 +160,101 @@ TEST(CProcExplorer, WalkIsBoundedByPidMaxAndFallsBackWhenItIsUnreadable)
                 {
                     return std::string("mkstemp: ") + strerror(errno);
                 }
-                bool written = write(fd, limit.data(), limit.size()) == static_cast<ssize_t>(limit.size());
+                bool ready = write(fd, row.content.data(), row.content.size()) ==
+                                 static_cast<ssize_t>(row.content.size()) &&
+                             unshare(CLONE_NEWNS) == 0 &&
+                             mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                             mount(path, "/proc/sys/kernel/pid_max", nullptr, MS_BIND, nullptr) == 0;
+                std::string result = ready ? "" : std::string("set-up: ") + strerror(errno);
                 close(fd);
-                std::string result;
-                if (!written)
+                CProcExplorer explorer;
+                if (ready)
                 {
-                    result = "write pid_max copy failed";
-                }
-                else if (unshare(CLONE_NEWNS) != 0)
-                {
-                    result = std::string("unshare(CLONE_NEWNS): ") + strerror(errno);
-                }
-                else if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-                {
-                    result = std::string("mount --make-rprivate /: ") + strerror(errno);
-                }
-                else if (mount(path, "/proc/sys/kernel/pid_max", nullptr, MS_BIND, nullptr) != 0)
-                {
-                    result = std::string("mount --bind over pid_max: ") + strerror(errno);
-                }
-                else
-                {
-                    CProcExplorer explorer;
-                    if (explorer.GetPidMax() != each.expectedPidMax)
-                    {
-                        result = "pid max " + std::to_string(explorer.GetPidMax());
-                    }
-                    else if (explorer.GetPidFromName(exact.c_str()) != each.expectedPid)
-                    {
-                        result = "found " + std::to_string(explorer.GetPidFromName(exact.c_str()));
-                    }
+                    result = std::to_string(explorer.GetPidMax()) + " " +
+                             std::to_string(explorer.GetPidFromName(exact.c_str()));
                 }
                 unlink(path);
                 return result;
             });
-        EXPECT_EQ(report, "") << "pid_max holding \"" << limit << "\"";
+        EXPECT_EQ(report, std::to_string(row.pidMax) + " " + std::to_string(row.found))
+            << "pid_max holding \"" << row.content << "\"";
     }
 }
 
-TEST(CProcExplorer, PriorityCallsRefuseBadArguments)
+TEST(CProcExplorer, PriorityCallsCheckTheirArgumentsAndSetFifo)
 {
-    std::string name = UniqueName("svkr");
-    NamedChild child(name);
-    ASSERT_GT(child.Pid(), 0);
-    Scheduling before = SchedulingOf(child.Pid());
-    std::string exact = "(" + name + ")";
-    EXPECT_EQ(CProcExplorer::SetPriorityFromPid(-1, 10), -1);
-    EXPECT_EQ(CProcExplorer::SetPriorityFromPid(child.Pid(), 100), -1);
-    EXPECT_EQ(CProcExplorer::SetPriorityFromName(exact.c_str(), 100), -1);
-    EXPECT_EQ(CProcExplorer::SetPriorityFromName(nullptr, 10), -1);
-    EXPECT_EQ(CProcExplorer::SetPriorityFromName(name.c_str(), 10), -1); // without parentheses
-    EXPECT_EQ(CProcExplorer::SetPriorityFromPartialName(nullptr, 10), -1);
-    EXPECT_EQ(CProcExplorer::SetPriorityFromPartialName("svk-no-such-process", 10), -1);
-    Scheduling after = SchedulingOf(child.Pid());
-    EXPECT_EQ(after.policy, before.policy);
-    EXPECT_EQ(after.priority, before.priority);
-}
-
-TEST(CProcExplorer, PartialNameHandsAnOutOfRangePriorityToTheSystem)
-{
-    std::string name = UniqueName("svkp");
-    NamedChild child(name);
-    ASSERT_GT(child.Pid(), 0);
-    ASSERT_TRUE(Orx::KrpcLinuxTools::Permissions::GetInstance()->HasPrivileges());
-    errno = 0;
-    EXPECT_EQ(CProcExplorer::SetPriorityFromPartialName(name.c_str(), 100), -1);
-    EXPECT_EQ(errno, EINVAL) << "the refusal must come from sched_setscheduler";
-    EXPECT_EQ(SchedulingOf(child.Pid()).policy, SCHED_OTHER);
-}
-
-TEST(CProcExplorer, SetPriorityFromNameAgreesWithTheChildsScheduling)
-{
-    std::string name = UniqueName("svkf");
-    NamedChild child(name);
-    ASSERT_GT(child.Pid(), 0);
-    // A container may refuse SCHED_FIFO: the result must then be the system call's own.
-    int result = CProcExplorer::SetPriorityFromName(("(" + name + ")").c_str(), 50);
-    Scheduling after = SchedulingOf(child.Pid());
-    EXPECT_TRUE(result == 0 || result == -1) << result;
-    EXPECT_EQ(result == 0, after.policy == SCHED_FIFO && after.priority == 50);
+    enum Call
+    {
+        BY_PID,
+        BY_NAME,
+        BY_PARTIAL_NAME
+    };
+    const int ANY_ERRNO = -1;
+    // "child" stands for the child's name, or its pid by pid; errno 0: refused before any scan.
+    struct
+    {
+        Call call;
+        const char* target;
+        unsigned priority;
+        int result;
+        int error;
+        const char* scheduling;
+    } const rows[] = {
+        {BY_PID, "child", 99, 0, ANY_ERRNO, "fifo 99"},
+        {BY_PID, "child", 100, -1, 0, "other 0"},
+        {BY_PID, "-1", 10, -1, 0, "other 0"},
+        {BY_NAME, "(child)", 97, 0, ANY_ERRNO, "fifo 97"},
+        {BY_NAME, "(child)", 100, -1, 0, "other 0"},
+        {BY_NAME, "child", 10, -1, ANY_ERRNO, "other 0"},
+        {BY_NAME, nullptr, 10, -1, 0, "other 0"},
+        {BY_PARTIAL_NAME, "child", 95, 0, ANY_ERRNO, "fifo 95"},
+        {BY_PARTIAL_NAME, "child", 100, -1, EINVAL, "other 0"}, // no range check: the system refuses
+        {BY_PARTIAL_NAME, "svk-no-such-process", 10, -1, ANY_ERRNO, "other 0"},
+    };
+    for (const auto& row : rows)
+    {
+        const std::string name = UniqueName("svkr");
+        NamedChild child(name);
+        ASSERT_GT(child.Pid(), 0);
+        std::string target = row.target != nullptr ? row.target : "";
+        const size_t at = target.find("child");
+        if (at != std::string::npos)
+        {
+            target.replace(at, 5, row.call == BY_PID ? std::to_string(child.Pid()) : name);
+        }
+        const char* text = row.target != nullptr ? target.c_str() : nullptr;
+        errno = 0;
+        const int result =
+            row.call == BY_PID    ? CProcExplorer::SetPriorityFromPid(std::stoi(target), row.priority)
+            : row.call == BY_NAME ? CProcExplorer::SetPriorityFromName(text, row.priority)
+                                  : CProcExplorer::SetPriorityFromPartialName(text, row.priority);
+        const std::string how = std::to_string(row.call) + " " + target + " " + std::to_string(row.priority);
+        EXPECT_EQ(result, row.result) << how;
+        if (row.error != ANY_ERRNO)
+        {
+            EXPECT_EQ(errno, row.error) << how;
+        }
+        EXPECT_EQ(SchedulingOf(child.Pid()), row.scheduling) << how;
+    }
 }
 
 TEST(CProcExplorer, UnprivilegedCallerIsRaisedForTheCallAndDroppedAfter)
 {
-    std::string name = UniqueName("svku");
-    NamedChild target(name);
+    NamedChild target(UniqueName("svku"));
     ASSERT_GT(target.Pid(), 0);
-    pid_t caller = fork();
-    ASSERT_GE(caller, 0);
-    if (caller == 0)
-    {
-        // Set-user-ID root started by user 1000, rights dropped while not needed.
-        if (setresuid(1000, 0, 0) != 0)
+    std::string report = RunInForkedChild(
+        [&]
         {
-            _exit(10);
-        }
-        Orx::KrpcLinuxTools::Permissions* permissions = Orx::KrpcLinuxTools::Permissions::GetInstance();
-        if (!permissions->DropPriveleges() || permissions->HasPrivileges())
-        {
-            _exit(11);
-        }
-        int result = CProcExplorer::SetPriorityFromPid(target.Pid(), 40);
-        if (geteuid() != 1000)
-        {
-            _exit(12);
-        }
-        _exit(result == 0 ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(caller, &status, 0);
-    ASSERT_TRUE(WIFEXITED(status));
-    int code = WEXITSTATUS(status);
-    ASSERT_LT(code, 10) << "identity set-up or restore failed in the caller (code " << code << ")";
-    Scheduling after = SchedulingOf(target.Pid());
-    EXPECT_EQ(code == 0, after.policy == SCHED_FIFO && after.priority == 40);
+            // Set-user-ID root started by user 1000, rights dropped while not needed.
+            Orx::KrpcLinuxTools::Permissions* permissions = nullptr;
+            if (setresuid(1000, 0, 0) != 0 ||
+                !(permissions = Orx::KrpcLinuxTools::Permissions::GetInstance())->DropPriveleges())
+            {
+                return std::string("identity set-up failed");
+            }
+            int result = CProcExplorer::SetPriorityFromPid(target.Pid(), 40);
+            return "result " + std::to_string(result) + ", effective user " + std::to_string(geteuid());
+        });
+    EXPECT_EQ(report, "result 0, effective user 1000");
+    EXPECT_EQ(SchedulingOf(target.Pid()), "fifo 40");
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -22,11 +23,7 @@ protected:
         ASSERT_NE(mkdtemp(pattern), nullptr);
         mDir = pattern;
     }
-    void TearDown() override
-    {
-        std::string cmd = "rm -rf '" + mDir + "'";
-        ASSERT_EQ(std::system(cmd.c_str()), 0);
-    }
+    void TearDown() override { std::filesystem::remove_all(mDir); }
     std::string Read(const std::string& path)
     {
         std::ifstream in(path);
@@ -49,8 +46,13 @@ TEST_F(CSystemCommandTest, HostileCallerEnvironmentDoesNotReachTheShell)
     ASSERT_EQ(chmod((fakeDir + "/env").c_str(), 0755), 0);
 
     const char* const hostile[][2] = {
-        {"PATH", nullptr}, {"IFS", "/"}, {"ENV", "/tmp/evil-env"}, {"BASH_ENV", "/tmp/evil-env"},
-        {"LD_LIBRARY_PATH", "/tmp"}, {"LANG", "de_DE.UTF-8"}, {"LC_MESSAGES", "de_DE.UTF-8"},
+        {"PATH", nullptr},
+        {"IFS", "/"},
+        {"ENV", "/tmp/evil-env"},
+        {"BASH_ENV", "/tmp/evil-env"},
+        {"LD_LIBRARY_PATH", "/tmp"},
+        {"LANG", "de_DE.UTF-8"},
+        {"LC_MESSAGES", "de_DE.UTF-8"},
     };
     const std::string hostilePath = fakeDir + ":/usr/bin:/bin";
     for (const auto& var : hostile)

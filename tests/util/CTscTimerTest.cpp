@@ -1,88 +1,114 @@
 #include "CTscTimer.h"
+#include "ForkedCheck.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdlib>
-#include <thread>
+#include <csignal>
+#include <cstdint>
+#include <string>
+#include <sys/prctl.h>
+#include <ucontext.h>
 
 namespace
 {
-using Clock = std::chrono::steady_clock;
+// The counter is scripted: with PR_TSC_SIGSEGV every rdtsc faults and the handler answers it with
+// the next value given, so calibration and deadlines are checked at exact counter values.
+uint64_t GL_pScript_U64[2];
+unsigned GL_ScriptLength_U32 = 0;
+unsigned GL_Reads_U32 = 0;
 
-int64_t MillisecondsSince(Clock::time_point start)
+void AnswerRdtsc(int, siginfo_t*, void* context)
 {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+    mcontext_t& machine = static_cast<ucontext_t*>(context)->uc_mcontext;
+#if defined(__x86_64__)
+    greg_t &ip = machine.gregs[REG_RIP], &low = machine.gregs[REG_RAX], &high = machine.gregs[REG_RDX];
+#else
+    greg_t &ip = machine.gregs[REG_EIP], &low = machine.gregs[REG_EAX], &high = machine.gregs[REG_EDX];
+#endif
+    const unsigned char* code = reinterpret_cast<const unsigned char*>(ip);
+    if (code[0] != 0x0F || code[1] != 0x31)
+    {
+        signal(SIGSEGV, SIG_DFL); // a real fault: let it happen again and end the child
+        return;
+    }
+    uint64_t value =
+        GL_pScript_U64[GL_Reads_U32 < GL_ScriptLength_U32 ? GL_Reads_U32 : GL_ScriptLength_U32 - 1];
+    GL_Reads_U32++;
+    low = static_cast<greg_t>(value & 0xFFFFFFFFu);
+    high = static_cast<greg_t>(value >> 32);
+    ip += 2;
 }
 
-// Runs in a fresh process (threadsafe death-test style re-executes the binary), where nothing
-// has calibrated yet: the first timer's period sets the frequency, later periods are ignored.
-void CalibrateOnceThenExit(unsigned firstMs, unsigned secondMs)
+void Serve(uint64_t first, uint64_t second)
+{
+    GL_pScript_U64[0] = first;
+    GL_pScript_U64[1] = second;
+    GL_ScriptLength_U32 = 2;
+    GL_Reads_U32 = 0;
+}
+
+// In a fresh child: nothing has calibrated yet and the scripted counter touches no other test.
+std::string CheckTimer()
 {
     if (CTscTimer::S_GetFrequency() != 0)
     {
-        fprintf(stderr, "already calibrated\n");
-        exit(2);
+        return "already calibrated";
     }
-    const Clock::time_point first = Clock::now();
-    CTscTimer firstTimer(firstMs);
-    const int64_t firstMsTaken = MillisecondsSince(first);
+    struct sigaction action = {};
+    action.sa_sigaction = AnswerRdtsc;
+    action.sa_flags = SA_SIGINFO;
+    if (sigaction(SIGSEGV, &action, nullptr) != 0 || prctl(PR_SET_TSC, PR_TSC_SIGSEGV) != 0)
+    {
+        return "cannot script the time-stamp counter";
+    }
+    // 10,000,001 counts over 3 ms: 3,333,333,666 a second, truncated.
+    Serve(1000, 10001001);
+    CTscTimer first(3);
     const uint64_t frequency = CTscTimer::S_GetFrequency();
-    const Clock::time_point second = Clock::now();
-    CTscTimer secondTimer(secondMs);
-    const int64_t secondMsTaken = MillisecondsSince(second);
-    fprintf(stderr, "first=%lld second=%lld frequency=%llu\n", static_cast<long long>(firstMsTaken),
-            static_cast<long long>(secondMsTaken), static_cast<unsigned long long>(frequency));
-    const bool firstSlept = firstMsTaken >= static_cast<int64_t>(firstMs);
-    const bool secondReused = secondMsTaken < static_cast<int64_t>(secondMs) / 2 && frequency == CTscTimer::S_GetFrequency();
-    exit(frequency != 0 && firstSlept && secondReused ? 0 : 1);
-}
-
-struct SCalibrationCase
-{
-    unsigned FirstMs;
-    unsigned SecondMs;
-};
-
-class CTscTimerCalibrationTest : public ::testing::TestWithParam<SCalibrationCase>
-{
-};
-
-TEST_P(CTscTimerCalibrationTest, FirstTimerOfTheProcessCalibratesAndLaterPeriodsAreIgnored)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(CalibrateOnceThenExit(GetParam().FirstMs, GetParam().SecondMs), ::testing::ExitedWithCode(0), "");
-}
-
-// The toolbox's two periods, in both orders: whichever runs first sets the precision.
-INSTANTIATE_TEST_SUITE_P(Periods, CTscTimerCalibrationTest,
-                         ::testing::Values(SCalibrationCase{200, 2000}, SCalibrationCase{2000, 200}));
-
-TEST(CTscTimerTest, ZeroPeriodCalibratesWithoutDividingByZero)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
+    if (GL_Reads_U32 != 2 || frequency != 3333333666u)
+    {
+        return "calibration: " + std::to_string(GL_Reads_U32) + " reads, " + std::to_string(frequency);
+    }
+    Serve(0, 0);
+    CTscTimer later(2000);
+    if (GL_Reads_U32 != 0 || CTscTimer::S_GetFrequency() != frequency)
+    {
+        return "a later timer calibrated again";
+    }
+    Serve(0, 0);
+    if (!later.isTimedOut())
+    {
+        return "a timer never reset is not timed out";
+    }
+    struct
+    {
+        uint64_t start;
+        unsigned microseconds;
+        uint64_t now;
+        bool timedOut;
+    } const rows[] = {
+        {5000, 1000, 5000 + 3333332, false},          // 1000 us are 3,333,333.666 counts: truncated
+        {5000, 1000, 5000 + 3333333, true},           // at the deadline itself
+        {5000, 0, 5000, true},                        // reset(0): on the very same count
+        {7, 4000000000u, 7 + 13333334663999u, false}, // the product needs 64 bits
+        {7, 4000000000u, 7 + 13333334664000u, true},
+    };
+    for (const auto& row : rows)
+    {
+        Serve(row.start, row.now);
+        later.reset(row.microseconds);
+        if (later.isTimedOut() != row.timedOut)
         {
-            CTscTimer timer(0);
-            exit(CTscTimer::S_GetFrequency() != 0 ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "");
+            return "reset(" + std::to_string(row.microseconds) + ") at " +
+                   std::to_string(row.now - row.start) + " counts: timed out " +
+                   std::to_string(!row.timedOut);
+        }
+    }
+    return "";
 }
 
-TEST(CTscTimerTest, NeverResetTimerAndZeroDeadlineAreTimedOutAtOnce)
+TEST(CTscTimer, FirstTimerCalibratesAndDeadlinesFallOnExactCounts)
 {
-    CTscTimer timer(20);
-    EXPECT_TRUE(timer.isTimedOut());
-    timer.reset(0);
-    EXPECT_TRUE(timer.isTimedOut());
-}
-
-TEST(CTscTimerTest, DeadlineFallsBetweenItsStartAndTwiceItsLength)
-{
-    CTscTimer timer(20);
-    timer.reset(300000);
-    EXPECT_FALSE(timer.isTimedOut());
-    std::this_thread::sleep_for(std::chrono::milliseconds(600));
-    EXPECT_TRUE(timer.isTimedOut());
+    EXPECT_EQ(RunInForkedChild(CheckTimer), "");
 }
 } // namespace
