@@ -63,13 +63,9 @@ Args Unit(const std::string& serial, int caseType)
     return {"--serial", serial, "--case-type", std::to_string(caseType)};
 }
 
-// One run of the tool on the image, at the suite's speed unless the options give another.
+// One run of the tool on the image.
 SSimResult RunTool(CSimRun& sim, const std::string& image, Args options, const Args& toolArgs = {})
 {
-    if (std::find(options.begin(), options.end(), "--speed") == options.end())
-    {
-        options.insert(options.end(), {"--speed", "50"});
-    }
     if (!image.empty())
     {
         options.insert(options.end(), {"--eeprom", image});

@@ -35,11 +35,16 @@
 namespace
 {
 
-int64_t monotonicMs()
+int64_t monotonicUs()
 {
     timespec ts{};
     clock_gettime(CLOCK_MONOTONIC, &ts);
-    return static_cast<int64_t>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+    return static_cast<int64_t>(ts.tv_sec) * 1000000 + ts.tv_nsec / 1000;
+}
+
+int64_t monotonicMs()
+{
+    return monotonicUs() / 1000;
 }
 
 void sleepMs(long ms)
@@ -341,7 +346,7 @@ void raiseInterruptStandIn(const std::string& prefix, const char* name, bool dsp
 }
 
 // toolbox [--type N] OP [ARGS]...: the start-up, the detected board, then each operation's
-// results as N.key (N counts the operations from 0), with N.ms its duration in virtual time.
+// results as N.key (N counts the operations from 0), with N.us its duration in virtual time.
 int toolbox(int argc, char** argv)
 {
     int arg = 2;
@@ -364,7 +369,7 @@ int toolbox(int argc, char** argv)
                 std::exit(2);
             return number(argv[arg++]);
         };
-        const int64_t start = monotonicMs();
+        const int64_t start = monotonicUs();
         if (op == "wakeup")
         {
             put(prefix, "result", box->BoardWakeUp(next()));
@@ -401,6 +406,15 @@ int toolbox(int argc, char** argv)
             for (char byte : read)
                 std::printf("%02X", static_cast<uint8_t>(byte));
             std::printf("\n");
+        }
+        else if (op == "eeread")
+        {
+            // One page read with the reply checksum on or off (the tool always has it off).
+            keyDriver key;
+            unsigned char page[64] = {};
+            key.detect();
+            key.EnableCheckSum(std::strcmp(argv[arg++], "on") == 0 ? 1 : 0);
+            put(prefix, "result", key.EEPROMRead(0x0100, sizeof(page), page));
         }
         else if (op == "eewrite")
         {
@@ -459,7 +473,7 @@ int toolbox(int argc, char** argv)
         }
         else
             return usage();
-        put(prefix, "ms", monotonicMs() - start);
+        put(prefix, "us", monotonicUs() - start);
     }
     box.reset();
     Q7K::Q7KManagement::ShutdownQ7KHelper();
