@@ -188,25 +188,6 @@ int config()
     return 0;
 }
 
-const char* errnoName(int error)
-{
-    switch (error)
-    {
-    case EINVAL:
-        return "EINVAL";
-    case EACCES:
-        return "EACCES";
-    case EPERM:
-        return "EPERM";
-    case ENODEV:
-        return "ENODEV";
-    case EOPNOTSUPP:
-        return "EOPNOTSUPP";
-    default:
-        return std::strerror(error);
-    }
-}
-
 int protBits(const std::string& prot)
 {
     return (prot.find('r') != std::string::npos ? PROT_READ : 0) |
@@ -227,7 +208,7 @@ int mapRequest(int argc, char** argv)
     const size_t length = std::strtoul(argv[6], nullptr, 0);
     const off_t offset = static_cast<off_t>(std::strtoul(argv[7], nullptr, 0));
     void* area = mmap(nullptr, length, protBits(argv[4]), flags, fd, offset);
-    std::printf("mmap=%s\n", area == MAP_FAILED ? errnoName(errno) : "ok");
+    std::printf("mmap=%s\n", area == MAP_FAILED ? strerrorname_np(errno) : "ok");
     auto* bytes = static_cast<volatile uint8_t*>(area);
     for (int i = 8; area != MAP_FAILED && i + 1 < argc; i += 2)
     {
@@ -236,7 +217,7 @@ int mapRequest(int argc, char** argv)
         const size_t at = std::strtoul(argv[i + 1], nullptr, 0);
         if (step == "protect")
             std::printf("mprotect=%s\n",
-                        mprotect(area, length, protBits(argv[i + 1])) == 0 ? "ok" : errnoName(errno));
+                        mprotect(area, length, protBits(argv[i + 1])) == 0 ? "ok" : strerrorname_np(errno));
         else if (step == "load")
             std::printf("value=0x%02x\n", bytes[at]);
         else
@@ -254,11 +235,11 @@ int mapRequest(int argc, char** argv)
 // ports: ioperm and iopl as the calling user, then both released.
 int portCalls()
 {
-    std::printf("ioperm=%s", ioperm(0x350, 2, 1) == 0 ? "0" : errnoName(errno));
-    std::printf(" iopl=%s", iopl(3) == 0 ? "0" : errnoName(errno));
-    std::printf(" empty=%s", ioperm(0x350, 0, 1) == 0 ? "0" : errnoName(errno));
-    std::printf(" beyond=%s", ioperm(0xFFFF, 2, 1) == 0 ? "0" : errnoName(errno));
-    std::printf(" release=%s\n", ioperm(0x350, 2, 0) == 0 ? "0" : errnoName(errno));
+    std::printf("ioperm=%s", ioperm(0x350, 2, 1) == 0 ? "0" : strerrorname_np(errno));
+    std::printf(" iopl=%s", iopl(3) == 0 ? "0" : strerrorname_np(errno));
+    std::printf(" empty=%s", ioperm(0x350, 0, 1) == 0 ? "0" : strerrorname_np(errno));
+    std::printf(" beyond=%s", ioperm(0xFFFF, 2, 1) == 0 ? "0" : strerrorname_np(errno));
+    std::printf(" release=%s\n", ioperm(0x350, 2, 0) == 0 ? "0" : strerrorname_np(errno));
     return 0;
 }
 
