@@ -79,18 +79,12 @@ TEST_P(EepromWriteTest, PollsABusyEepromThenWritesAgain)
     EXPECT_EQ(transfers, c.Transfers);
 }
 
-const Args TEN_POLLS(10, "0:2");
+const Args TEN_POLLS = {"66:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2"};
 
 INSTANTIATE_TEST_SUITE_P(
     Busy, EepromWriteTest,
     testing::Values(SWriteCase{"Idle", "0", "0", {"66:0"}},
                     SWriteCase{"BusyThrice", "3", "0", {"66:2", "0:2", "0:2", "0:0", "66:0"}},
-                    SWriteCase{"BusyBeyondTenPolls", "11", "2",
-                               []
-                               {
-                                   Args transfers = {"66:2"};
-                                   transfers.insert(transfers.end(), TEN_POLLS.begin(), TEN_POLLS.end());
-                                   return transfers;
-                               }()}),
+                    SWriteCase{"BusyBeyondTenPolls", "11", "2", TEN_POLLS}),
     [](const testing::TestParamInfo<SWriteCase>& info) { return std::string(info.param.Name); });
 } // namespace
