@@ -36,10 +36,14 @@ TEST(Bootstrap, EachModelAnswersItsOwnOpcodes)
         EXPECT_EQ(known, host.command(0x02));
         EXPECT_EQ(known, host.command(0x05, mailbox));
         if (ident >= 0)
+        {
             EXPECT_EQ(ident, host.read(0x0004));
+        }
         EXPECT_EQ(known, host.command(0x03, mailbox));
         if (ident >= 0)
+        {
             EXPECT_EQ(version, host.readLe(0x0002, 2));
+        }
         EXPECT_EQ(0x0F, host.command(0x44));
         ASSERT_TRUE(host.wake());
         host.writeLe(0x0004, 0, 4);
@@ -66,10 +70,14 @@ TEST(Bootstrap, MemoryCommandsReachTheColdFireBus)
         host.bsMailbox = mailbox;
         ASSERT_TRUE(host.wake());
         if (writeOp != 0)
+        {
             EXPECT_EQ(status, host.bsWrite(writeOp, address, written));
+        }
         uint32_t value = 0;
         EXPECT_EQ(status, host.bsRead(readOp, address, &value));
         if (status == 0)
+        {
             EXPECT_EQ(readBack, value);
+        }
     }
 }

@@ -52,7 +52,9 @@ TEST(FaultPlan, FaultsShowInTheWakeupAndTheFirstPageRead)
         EXPECT_EQ(wakeCode, host.boardWakeUp(3));
         Bytes page;
         if (firstPageRead != kNotRead)
+        {
             EXPECT_EQ(firstPageRead, host.eepromRead(256, 64, &page));
+        }
     }
 }
 

@@ -34,9 +34,13 @@ TEST(I2cService, AnswersEachRequestAsTheBusAndTheEepromDo)
         for (uint8_t b : data)
             sum += b;
         if (checksum && status == 0)
+        {
             EXPECT_EQ(sum, host.readLe(0x0008, 4)) << "the reply's checksum";
+        }
         else if (!checksum)
+        {
             EXPECT_EQ(0xCAFEF00Du, host.readLe(0x0008, 4)) << "no checksum without the flag";
+        }
         EXPECT_EQ(sim::sampleEepromImage(), host.eeprom);
     }
 }
