@@ -1,56 +1,45 @@
 // The release binary against the board's timing and its transient faults, in reproducible
 // virtual time: runs repeat byte for byte, every command is polled while pending, page writes
 // meet the EEPROM's write cycle, and each retry path of the wake-up and the EEPROM driver runs.
-#include "SimHarness.h"
-
-#include <gtest/gtest.h>
+#include "SimCheck.h"
 
 namespace
 {
 
-using Args = std::vector<std::string>;
-
 struct ToolRun
 {
-    SimRunResult result;
+    SSimResult result;
     std::string trace;
     std::string syslog;
-    std::vector<std::string> traceLines;
 
+    // Trace lines holding every fragment.
     size_t count(std::initializer_list<const char*> fragments) const
     {
         size_t n = 0;
-        for (const std::string& line : traceLines)
-        {
-            bool all = true;
-            for (const char* f : fragments)
-                all = all && line.find(f) != std::string::npos;
-            n += all ? 1 : 0;
-        }
+        for (const std::string& line : Words(trace))
+            n += std::all_of(fragments.begin(), fragments.end(),
+                             [&](const char* f) { return line.find(f) != std::string::npos; });
         return n;
     }
 };
 
 ToolRun runTool(const Args& simArgs, const char* program = SARVIK_TOOL_PATH, const Args& programArgs = {})
 {
-    SimHarness h;
-    Args args = {"--date", "2030-01-01T00:00:00", "--trace", h.path("trace"), "--syslog", h.path("syslog")};
+    CSimRun h;
+    Args args = {"--date", "2030-01-01T00:00:00", "--trace", h.Path("trace"), "--syslog", h.Path("syslog")};
     args.insert(args.end(), simArgs.begin(), simArgs.end());
     args.push_back("--");
     args.push_back(program);
     args.insert(args.end(), programArgs.begin(), programArgs.end());
-    ToolRun run;
-    run.result = h.sim(args);
-    run.trace = SimHarness::readFile(h.path("trace"));
-    run.syslog = SimHarness::readFile(h.path("syslog"));
-    run.traceLines = SimHarness::lines(run.trace);
-    return run;
+    const SSimResult result = Sim(h, args);
+    return {result, CSimRun::ReadText(h.Path("trace")), CSimRun::ReadText(h.Path("syslog"))};
 }
 
 struct Scenario
 {
     const char* name;
     Args simArgs;
+    bool healthy; // every answered command was polled while pending
 };
 
 class ReproducibleRunTest : public testing::TestWithParam<Scenario>
@@ -61,110 +50,81 @@ TEST_P(ReproducibleRunTest, TwoRunsGiveTheSameTraceAndSyslog)
 {
     const ToolRun first = runTool(GetParam().simArgs);
     const ToolRun second = runTool(GetParam().simArgs);
-    ASSERT_EQ(first.result.status, 0) << first.result.err;
-    ASSERT_NE(first.count({"\"ev\":\"cmd\""}), 0u);
+    ASSERT_EQ(first.result.Status, 0) << first.result.Err;
     ASSERT_FALSE(first.syslog.empty());
     EXPECT_EQ(first.trace, second.trace);
     EXPECT_EQ(first.syslog, second.syslog);
+    const size_t answered = first.count({"\"ev\":\"cmd\"", "\"status\":\"0x"});
+    ASSERT_GT(answered, 0u);
+    if (GetParam().healthy)
+    {
+        EXPECT_EQ(first.count({"\"ev\":\"polled\""}), answered);
+        EXPECT_EQ(first.count({"\"ev\":\"polled\"", "\"pending\":0,"}), 0u);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, ReproducibleRunTest,
-                         testing::Values(Scenario{"healthy", {}},
-                                         Scenario{"repair", {"--fault", "bitflip=0"}},
-                                         Scenario{"late_ram", {"--fault", "ram-late=150"}},
-                                         Scenario{"q7k", {"--board", "Q7K"}}),
+                         testing::Values(Scenario{"Q5K", {}, true},
+                                         Scenario{"ZEBX", {"--board", "ZEBX"}, true},
+                                         Scenario{"Q5KP", {"--board", "Q5KP"}, true},
+                                         Scenario{"Q7K", {"--board", "Q7K"}, true},
+                                         Scenario{"repair", {"--fault", "bitflip=0"}, false},
+                                         Scenario{"late_ram", {"--fault", "ram-late=150"}, false}),
                          [](const testing::TestParamInfo<Scenario>& info) { return info.param.name; });
 
-class HealthyPollTest : public testing::TestWithParam<Scenario>
+// A repair writes several pages; the EEPROM answers busy (0x02) at least N times after each but
+// the last, while its write cycle runs.
+TEST(BoardTiming, EveryPageWriteIsFollowedByBusyAnswers)
 {
-};
-
-TEST_P(HealthyPollTest, EveryAnsweredCommandWasPolledWhilePending)
-{
-    const ToolRun run = runTool(GetParam().simArgs);
-    ASSERT_EQ(run.result.status, 0) << run.result.err;
-    const size_t answered = run.count({"\"ev\":\"cmd\"", "\"status\":\"0x"});
-    ASSERT_GT(answered, 0u);
-    EXPECT_EQ(run.count({"\"ev\":\"polled\""}), answered);
-    EXPECT_EQ(run.count({"\"ev\":\"polled\"", "\"pending\":0,"}), 0u);
-}
-
-INSTANTIATE_TEST_SUITE_P(Models, HealthyPollTest,
-                         testing::Values(Scenario{"Q5K", {}}, Scenario{"ZEBX", {"--board", "ZEBX"}},
-                                         Scenario{"Q5KP", {"--board", "Q5KP"}},
-                                         Scenario{"Q7K", {"--board", "Q7K"}}),
-                         [](const testing::TestParamInfo<Scenario>& info) { return info.param.name; });
-
-struct BusyCase
-{
-    const char* name;
-    Args simArgs;
-    size_t busyAnswersPerWrite; // at least, after every page write but the last
-};
-
-class RepairBusyTest : public testing::TestWithParam<BusyCase>
-{
-};
-
-TEST_P(RepairBusyTest, EveryPageWriteIsFollowedByBusyAnswers)
-{
-    const ToolRun run = runTool(GetParam().simArgs);
-    ASSERT_EQ(run.result.status, 0) << run.result.err;
-    std::vector<size_t> busyAfter;
-    for (const std::string& line : run.traceLines)
+    const std::pair<Args, size_t> cases[] = {
+        {{"--fault", "bitflip=0"}, 1},
+        {{"--fault", "bitflip=0", "--fault", "write-busy=4"}, 4},
+    };
+    for (const auto& [simArgs, busyAnswers] : cases)
     {
-        if (line.find("\"ev\":\"i2c\"") == std::string::npos)
-            continue;
-        const bool busy = line.find("\"status\":\"0x02\"") != std::string::npos;
-        if (line.find("\"wr\":66") != std::string::npos && !busy)
-            busyAfter.push_back(0);
-        else if (!busyAfter.empty() && busy)
-            ++busyAfter.back();
+        const ToolRun run = runTool(simArgs);
+        ASSERT_EQ(run.result.Status, 0) << run.result.Err;
+        std::vector<size_t> busyAfter;
+        for (const std::string& line : Words(run.trace))
+        {
+            const bool busy = line.find("\"status\":\"0x02\"") != std::string::npos;
+            if (line.find("\"ev\":\"i2c\"") == std::string::npos)
+                continue;
+            if (line.find("\"wr\":66") != std::string::npos && !busy)
+                busyAfter.push_back(0);
+            else if (!busyAfter.empty() && busy)
+                ++busyAfter.back();
+        }
+        ASSERT_GE(busyAfter.size(), 2u);
+        busyAfter.pop_back();
+        for (size_t i = 0; i < busyAfter.size(); ++i)
+            EXPECT_GE(busyAfter[i], busyAnswers) << "page write " << i;
     }
-    ASSERT_GE(busyAfter.size(), 2u) << "a repair writes several pages";
-    busyAfter.pop_back(); // nothing follows the last one
-    for (size_t i = 0; i < busyAfter.size(); ++i)
-        EXPECT_GE(busyAfter[i], GetParam().busyAnswersPerWrite) << "page write " << i;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Eeproms, RepairBusyTest,
-    testing::Values(BusyCase{"write_cycle", {"--fault", "bitflip=0"}, 1},
-                    BusyCase{"longer_write_cycle", {"--fault", "bitflip=0", "--fault", "write-busy=4"}, 4}),
-    [](const testing::TestParamInfo<BusyCase>& info) { return info.param.name; });
-
-struct WakeCase
+// Each wake-up attempt starts with a reset pulse; a board that is late is woken on a later one.
+TEST(BoardTiming, LateBoardIsWokenOnALaterAttempt)
 {
-    const char* name;
-    Args simArgs;
-    size_t resetPulses;  // each wake-up attempt starts with one
-    const char* failure; // the wake-up code logged, or nullptr when the unit is read
-};
-
-class WakeUpRetryTest : public testing::TestWithParam<WakeCase>
-{
-};
-
-TEST_P(WakeUpRetryTest, LateBoardIsWokenOnALaterAttempt)
-{
-    const ToolRun run = runTool(GetParam().simArgs);
-    ASSERT_EQ(run.result.status, 0) << run.result.err;
-    const char* failure = GetParam().failure;
-    EXPECT_EQ(run.result.out.find("Serial number") != std::string::npos, failure == nullptr)
-        << run.result.out;
-    if (failure != nullptr)
-        EXPECT_NE(run.syslog.find(std::string("BoardWakeUp() returned ") + failure), std::string::npos);
-    EXPECT_EQ(run.count({"\"ev\":\"reset\"", "\"line\":1"}), 2 * GetParam().resetPulses);
+    const std::tuple<Args, size_t, const char*> cases[] = {
+        // faults, reset pulses, the wake-up code logged (nullptr: the unit is read)
+        {{}, 1, nullptr},
+        {{"--fault", "ram-late=100"}, 1, nullptr},
+        {{"--fault", "ram-late=150"}, 2, nullptr},
+        {{"--fault", "ram-late=400"}, 3, "0x1"},
+        {{"--fault", "bootstrap-late=205"}, 2, nullptr},
+    };
+    for (const auto& [simArgs, resetPulses, failure] : cases)
+    {
+        const ToolRun run = runTool(simArgs);
+        SCOPED_TRACE(simArgs.empty() ? "on time" : simArgs[1]);
+        ASSERT_EQ(run.result.Status, 0) << run.result.Err;
+        EXPECT_EQ(run.result.Out.find("Serial number") != std::string::npos, failure == nullptr)
+            << run.result.Out;
+        if (failure != nullptr)
+            EXPECT_NE(run.syslog.find(std::string("BoardWakeUp() returned ") + failure), std::string::npos);
+        EXPECT_EQ(run.count({"\"ev\":\"reset\"", "\"line\":1"}), 2 * resetPulses);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Faults, WakeUpRetryTest,
-    testing::Values(WakeCase{"on_time", {}, 1, nullptr},
-                    WakeCase{"ram_within_one_attempt", {"--fault", "ram-late=100"}, 1, nullptr},
-                    WakeCase{"ram_after_one_attempt", {"--fault", "ram-late=150"}, 2, nullptr},
-                    WakeCase{"ram_never_in_three", {"--fault", "ram-late=400"}, 3, "0x1"},
-                    WakeCase{"bootstrap_after_one_attempt", {"--fault", "bootstrap-late=205"}, 2, nullptr}),
-    [](const testing::TestParamInfo<WakeCase>& info) { return info.param.name; });
 
 struct ChecksumCase
 {
@@ -181,8 +141,8 @@ class ChecksumModeTest : public testing::TestWithParam<ChecksumCase>
 TEST_P(ChecksumModeTest, CorruptedReplyIsCaughtOnlyWithTheChecksumOn)
 {
     const ToolRun run = runTool(GetParam().simArgs, KEYDRIVER_PROBE_PATH, {GetParam().mode});
-    ASSERT_EQ(run.result.status, 0) << run.result.err;
-    EXPECT_EQ(SimHarness::value(run.result.out, "status"), GetParam().status);
+    ASSERT_EQ(run.result.Status, 0) << run.result.Err;
+    EXPECT_EQ(run.result.Value("status"), GetParam().status);
 }
 
 INSTANTIATE_TEST_SUITE_P(
