@@ -26,51 +26,41 @@ struct ToolRun
 ToolRun runTool(const Args& simArgs, const char* program = SARVIK_TOOL_PATH, const Args& programArgs = {})
 {
     CSimRun h;
-    Args args = {"--date", "2030-01-01T00:00:00", "--trace", h.Path("trace"), "--syslog", h.Path("syslog")};
-    args.insert(args.end(), simArgs.begin(), simArgs.end());
-    args.push_back("--");
-    args.push_back(program);
+    Args args = simArgs;
+    args.insert(args.end(), {"--date", "2030-01-01", "--trace", h.Path("trace"), "--syslog", h.Path("syslog"),
+                             "--", program});
     args.insert(args.end(), programArgs.begin(), programArgs.end());
     const SSimResult result = Sim(h, args);
     return {result, CSimRun::ReadText(h.Path("trace")), CSimRun::ReadText(h.Path("syslog"))};
 }
 
-struct Scenario
+// Runs repeat byte for byte; on a healthy board every answered command was polled while pending.
+TEST(BoardTiming, RunsRepeatAndEveryCommandIsPolledWhilePending)
 {
-    const char* name;
-    Args simArgs;
-    bool healthy; // every answered command was polled while pending
-};
-
-class ReproducibleRunTest : public testing::TestWithParam<Scenario>
-{
-};
-
-TEST_P(ReproducibleRunTest, TwoRunsGiveTheSameTraceAndSyslog)
-{
-    const ToolRun first = runTool(GetParam().simArgs);
-    const ToolRun second = runTool(GetParam().simArgs);
-    ASSERT_EQ(first.result.Status, 0) << first.result.Err;
-    ASSERT_FALSE(first.syslog.empty());
-    EXPECT_EQ(first.trace, second.trace);
-    EXPECT_EQ(first.syslog, second.syslog);
-    const size_t answered = first.count({"\"ev\":\"cmd\"", "\"status\":\"0x"});
-    ASSERT_GT(answered, 0u);
-    if (GetParam().healthy)
+    const std::pair<Args, bool> cases[] = {
+        {{}, true},
+        {{"--board", "ZEBX"}, true},
+        {{"--board", "Q5KP"}, true},
+        {{"--board", "Q7K"}, true},
+        {{"--fault", "bitflip=0"}, false},
+        {{"--fault", "ram-late=150"}, false},
+    };
+    for (const auto& [simArgs, healthy] : cases)
     {
-        EXPECT_EQ(first.count({"\"ev\":\"polled\""}), answered);
+        SCOPED_TRACE(simArgs.empty() ? "Q5K" : simArgs[1]);
+        const ToolRun first = runTool(simArgs);
+        const ToolRun second = runTool(simArgs);
+        ASSERT_EQ(first.result.Status, 0) << first.result.Err;
+        ASSERT_FALSE(first.syslog.empty());
+        EXPECT_EQ(first.trace, second.trace);
+        EXPECT_EQ(first.syslog, second.syslog);
+        const size_t answered = first.count({"\"ev\":\"cmd\"", "\"status\":\"0x"});
+        ASSERT_GT(answered, 0u);
+        if (healthy)
+            EXPECT_EQ(first.count({"\"ev\":\"polled\""}), answered);
         EXPECT_EQ(first.count({"\"ev\":\"polled\"", "\"pending\":0,"}), 0u);
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Scenarios, ReproducibleRunTest,
-                         testing::Values(Scenario{"Q5K", {}, true},
-                                         Scenario{"ZEBX", {"--board", "ZEBX"}, true},
-                                         Scenario{"Q5KP", {"--board", "Q5KP"}, true},
-                                         Scenario{"Q7K", {"--board", "Q7K"}, true},
-                                         Scenario{"repair", {"--fault", "bitflip=0"}, false},
-                                         Scenario{"late_ram", {"--fault", "ram-late=150"}, false}),
-                         [](const testing::TestParamInfo<Scenario>& info) { return info.param.name; });
 
 // A repair writes several pages; the EEPROM answers busy (0x02) at least N times after each but
 // the last, while its write cycle runs.
