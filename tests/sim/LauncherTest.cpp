@@ -1,7 +1,7 @@
 // sarvik-sim as a command: what the command it runs sees of the server (device nodes per host
-// board and driver state, module commands, the clocks, /mnt/APPS), what it passes through from
-// it, and how it refuses a command line (2) or files (125) it cannot use, with one line on
-// standard error and no command run.
+// board and driver state, module commands, the system log, the clocks, /mnt/APPS), what it passes through
+// from it, and how it refuses a command line (2) or files (125) it cannot use, with one line on standard
+// error and no command run.
 #include "SimCheck.h"
 
 #include <fstream>
@@ -11,7 +11,6 @@
 namespace
 {
 
-const char* const kAbsent = "comram0=absent timecode0=absent zq8_0=absent";
 const char* const kAppsLog = "-- /bin/sh -c ls+-A+/mnt/APPS/data/log;echo+x>/mnt/APPS/data/log/f;ls+/dev/log";
 const char* const kRootLog =
     "--root @/apps -- /bin/sh -c echo+x>>/mnt/APPS/data/log/f;wc+-c</mnt/APPS/data/log/f";
@@ -22,54 +21,53 @@ TEST(Launcher, RunsTheCommandInTheSimulatedServerOrRefusesBadInput)
     ASSERT_EQ(mkdir(h.Path("folder").c_str(), 0755), 0);
     ASSERT_EQ(mkfifo(h.Path("fifo").c_str(), 0644), 0);
     std::ofstream(h.Path("short.bin")) << "short\n";
-    ExpectRuns(
-        h,
-        {
-            {"-- PROBE exit 0", 0, "out", "err\n"},
-            {"-- PROBE exit 3", 3, "out", "err\n"},
-            {"-- PROBE exit 255", 255, "out", "err\n"},
-            {"-- PROBE kill 15", 128 + 15, ""},
-            {"-- PROBE kill 6", 128 + 6, ""},
-            {"-- /nonexistent/program", 127, "", "sarvik-sim: execvp(/nonexistent/program)"},
-            {"--pty yes -- tty -s", 0, ""},
-            {"-- tty -s", 1, ""},
-            {"-- PROBE nodes", 0, "comram0=present timecode0=present zq8_0=present"},
-            {"--host-board 0 -- PROBE nodes", 0, "comram0=present timecode0=present zq8_0=absent"},
-            {"--modules-loaded no -- PROBE nodes", 0, "comram0=absent timecode0=absent zq8_0=present"},
-            {"--fault no-drivers -- PROBE nodes", 0, kAbsent},
-            {"--modules-loaded no -- PROBE modprobe modprobe+-s+drv_comram", 0,
-             "status=0 comram0=present timecode0=absent", "", "ev:modprobe,module:drv_comram,status:0"},
-            {"-- PROBE modprobe rmmod+drv_timecode", 0, "status=0 timecode0=absent"},
-            {"--modules-loaded no -- PROBE modprobe rmmod+drv_timecode", 0, "status=1"},
-            {"--fault no-drivers -- PROBE modprobe modprobe+-s+drv_comram", 0, "status=1 comram0=absent"},
-            {"-- PROBE sleep 10000", 0, "virtual_ms=10000 tsc_ms=10000"},
-            {"--date 2040-01-01T12:00:00 -- PROBE date", 0, "time64=1 year=2040"},
-            {"--date 2031-06-15+08:30 -- PROBE date", 0, "time64=1 year=2031"},
-            {kRootLog, 0, "2"},
-            {kRootLog, 0, "4"},
-            {kAppsLog, 0, "/dev/log !f"},
-            {"", 2, "", "sarvik-sim: no command to run"},
-            {"--speed 0", 2, "!ran", "sarvik-sim: --speed 0: not a number from 0.001 to 1000000"},
-            {"--speed 0.0001", 2, "!ran", "sarvik-sim: --speed 0.0001: not a number from 0.001 to 1000000"},
-            {"--speed fast", 2, "!ran", "sarvik-sim: --speed fast: not a number"},
-            {"--host-board 2", 2, "!ran", "sarvik-sim: unknown option or bad value: --host-board 2"},
-            {"--modules-loaded maybe", 2, "!ran", "sarvik-sim: unknown option or bad value"},
-            {"--no-such-option x", 2, "!ran", "sarvik-sim: unknown option or bad value"},
-            {"--date not+a+date", 2, "!ran", "sarvik-sim: --date not a date: date(1) cannot read"},
-            {"--date 1969-12-31T23:59:59Z", 2, "!ran",
-             "sarvik-sim: --date 1969-12-31T23:59:59Z: out of range"},
-            {"--date 2262-01-01T00:00:00Z", 2, "!ran",
-             "sarvik-sim: --date 2262-01-01T00:00:00Z: out of range"},
-            {"--eeprom @/folder", 125, "!ran",
-             "sarvik-sim: --eeprom @/folder: a folder, not an EEPROM image"},
-            {"--eeprom @/fifo", 125, "!ran", "sarvik-sim: --eeprom @/fifo: not a regular file"},
-            {"--eeprom @/short.bin/x", 125, "!ran", "sarvik-sim: --eeprom @/short.bin/x: Not a directory"},
-            {"--eeprom @/short.bin", 125, "!ran",
-             "sarvik-sim: @/short.bin: an EEPROM image holds 32768 bytes, this file 6"},
-            {"--trace @/folder", 125, "!ran", "sarvik-sim: open(@/folder): Is a directory"},
-            {"--syslog @/missing/syslog", 125, "!ran",
-             "sarvik-sim: open(@/missing/syslog): No such file or directory"},
-        });
+    const RunCase cases[] = {
+        {"-- PROBE exit 0", 0, "out", "err\n"},
+        {"-- PROBE exit 3", 3, "out", "err\n"},
+        {"-- PROBE exit 255", 255, "out", "err\n"},
+        {"-- PROBE kill 15", 128 + 15, ""},
+        {"-- PROBE kill 6", 128 + 6, ""},
+        {"-- /nonexistent/program", 127, "", "sarvik-sim: execvp(/nonexistent/program)"},
+        {"--pty yes -- tty -s", 0, ""},
+        {"-- tty -s", 1, ""},
+        {"-- PROBE nodes", 0, "comram0=present timecode0=present zq8_0=present"},
+        {"--host-board 0 -- PROBE nodes", 0, "comram0=present timecode0=present zq8_0=absent"},
+        {"--modules-loaded no -- PROBE nodes", 0, "comram0=absent timecode0=absent zq8_0=present"},
+        {"--fault no-drivers -- PROBE nodes", 0, "comram0=absent timecode0=absent zq8_0=absent"},
+        {"--modules-loaded no -- PROBE modprobe modprobe+-s+drv_comram", 0,
+         "status=0 comram0=present timecode0=absent", "", "ev:modprobe,module:drv_comram,status:0"},
+        {"-- PROBE modprobe rmmod+drv_timecode", 0, "status=0 timecode0=absent"},
+        {"--modules-loaded no -- PROBE modprobe rmmod+drv_timecode", 0, "status=1"},
+        {"--fault no-drivers -- PROBE modprobe modprobe+-s+drv_comram", 0, "status=1 comram0=absent"},
+        // The system logger writes each message as a JSON line with its pid, its quotes escaped.
+        {"-- PROBE syslog Probe hello+\"world\"", 0, "", "",
+         "1*ev:syslog,ident:Probe,facility:1,priority:3,pid:|!pid:-1|message:hello \\world\\}"},
+        {"-- PROBE sleep 10000", 0, "virtual_ms=10000 tsc_ms=10000"},
+        {"--date 2040-01-01T12:00:00 -- PROBE date", 0, "time64=1 year=2040"},
+        {"--date 2031-06-15+08:30 -- PROBE date", 0, "time64=1 year=2031"},
+        {kRootLog, 0, "2"},
+        {kRootLog, 0, "4"},
+        {kAppsLog, 0, "/dev/log !f"},
+        {"", 2, "", "sarvik-sim: no command to run"},
+        {"--speed 0", 2, "!ran", "sarvik-sim: --speed 0: not a number from 0.001 to 1000000"},
+        {"--speed 0.0001", 2, "!ran", "sarvik-sim: --speed 0.0001: not a number from 0.001 to 1000000"},
+        {"--speed fast", 2, "!ran", "sarvik-sim: --speed fast: not a number"},
+        {"--host-board 2", 2, "!ran", "sarvik-sim: unknown option or bad value: --host-board 2"},
+        {"--modules-loaded maybe", 2, "!ran", "sarvik-sim: unknown option or bad value"},
+        {"--no-such-option x", 2, "!ran", "sarvik-sim: unknown option or bad value"},
+        {"--date not+a+date", 2, "!ran", "sarvik-sim: --date not a date: date(1) cannot read"},
+        {"--date 1969-12-31T23:59:59Z", 2, "!ran", "sarvik-sim: --date 1969-12-31T23:59:59Z: out of range"},
+        {"--date 2262-01-01T00:00:00Z", 2, "!ran", "sarvik-sim: --date 2262-01-01T00:00:00Z: out of range"},
+        {"--eeprom @/folder", 125, "!ran", "sarvik-sim: --eeprom @/folder: a folder, not an EEPROM image"},
+        {"--eeprom @/fifo", 125, "!ran", "sarvik-sim: --eeprom @/fifo: not a regular file"},
+        {"--eeprom @/short.bin/x", 125, "!ran", "sarvik-sim: --eeprom @/short.bin/x: Not a directory"},
+        {"--eeprom @/short.bin", 125, "!ran",
+         "sarvik-sim: @/short.bin: an EEPROM image holds 32768 bytes, this file 6"},
+        {"--trace @/folder", 125, "!ran", "sarvik-sim: open(@/folder): Is a directory"},
+        {"--syslog @/missing/syslog", 125, "!ran",
+         "sarvik-sim: open(@/missing/syslog): No such file or directory"},
+    };
+    ExpectRuns(h, cases);
     EXPECT_EQ(CSimRun::ReadText(h.Path("short.bin")), "short\n");
     EXPECT_NE(access("/mnt/APPS/data/log/f", F_OK), 0) << "the host's own /mnt/APPS is never written";
 }

@@ -1,7 +1,7 @@
 // The system logger of the sandbox: the C library's datagrams read into ident, facility,
-// priority, pid and text, and the JSON lines of --syslog.
+// priority, pid and text.
 #include "SyslogCollector.h"
-#include "SimCheck.h"
+#include <gtest/gtest.h>
 
 namespace
 {
@@ -37,20 +37,6 @@ TEST(SyslogCollector, SplitsTheCLibrarysMessageFormat)
             EXPECT_EQ(std::tuple(m.facility, m.priority, m.ident, m.pid, m.text),
                       std::tuple(c.facility, c.priority, std::string(c.ident), c.pid, std::string(c.text)));
     }
-}
-
-TEST(SyslogCollector, WritesEachMessageOfTheRunAsAJsonLineWithThePid)
-{
-    CSimRun h;
-    const SSimResult r =
-        Sim(h, {"--syslog", h.Path("syslog"), "--", "PROBE", "syslog", "Probe", "hello \"world\""});
-    ASSERT_EQ(r.Status, 0) << r.Err;
-    const std::string line = CSimRun::ReadText(h.Path("syslog"));
-    EXPECT_NE(line.find("\"ident\":\"Probe\",\"facility\":1,\"priority\":3,\"pid\":"), std::string::npos)
-        << line;
-    EXPECT_EQ(line.find("\"pid\":-1"), std::string::npos) << line;
-    EXPECT_NE(line.find("\"message\":\"hello \\\"world\\\"\"}\n"), std::string::npos) << line;
-    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
 }
 
 } // namespace

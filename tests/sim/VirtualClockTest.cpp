@@ -1,6 +1,6 @@
 // Virtual time: the reproducible clock every process of a run shares, the real spans of a run at
 // a speed, and what the program's own activity costs. What a program observes through its
-// clocks, sleeps and TSC is in ProbeTest.
+// clocks, sleeps and TSC is in LauncherTest.
 #include "VirtualClock.h"
 #include "PollCost.h"
 

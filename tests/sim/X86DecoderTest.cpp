@@ -7,14 +7,7 @@
 namespace
 {
 
-using Code = std::vector<uint8_t>;
-
-// The instruction followed by nops, as the decoder reads up to 16 bytes.
-const uint8_t* Padded(Code& code)
-{
-    code.resize(16, 0x90);
-    return code.data();
-}
+using Code = std::vector<uint8_t>; // the decoder reads 16 bytes: each row's code is followed by nops
 
 TEST(X86Decoder, KnowsTheWidthOfAnAccessAndWhetherItReadsOrWrites)
 {
@@ -44,7 +37,8 @@ TEST(X86Decoder, KnowsTheWidthOfAnAccessAndWhetherItReadsOrWrites)
     };
     for (auto [code, use, size] : cases)
     {
-        const simhost::MemoryAccess a = simhost::X86Decoder::decodeAccess(Padded(code));
+        code.resize(16, 0x90);
+        const simhost::MemoryAccess a = simhost::X86Decoder::decodeAccess(code.data());
         const std::string seen = a.known ? std::string(a.reads ? "r" : "") + (a.writes ? "w" : "") : "?";
         EXPECT_EQ(seen, use) << int(code[0]) << " " << int(code[1]);
         EXPECT_EQ(a.known ? a.size : 0, size) << int(code[0]) << " " << int(code[1]);
@@ -75,7 +69,8 @@ TEST(X86Decoder, KnowsTheRegisterWidthAndLengthOfALoad)
     };
     for (auto [code, reg, size, destSize, signExtend, length] : cases)
     {
-        const simhost::LoadInstruction l = simhost::X86Decoder::decodeLoad(Padded(code));
+        code.resize(16, 0x90);
+        const simhost::LoadInstruction l = simhost::X86Decoder::decodeLoad(code.data());
         EXPECT_EQ(l.valid, length != 0) << int(code[0]) << " " << int(code[1]);
         if (l.valid)
             EXPECT_EQ(std::tuple(l.reg, l.size, l.destSize, l.signExtend, l.length),
@@ -104,7 +99,8 @@ TEST(X86Decoder, KnowsThePortInstructions)
     };
     for (auto [code, input, fromDx, size, length, immediate] : cases)
     {
-        const simhost::PortInstruction p = simhost::X86Decoder::decodePort(Padded(code));
+        code.resize(16, 0x90);
+        const simhost::PortInstruction p = simhost::X86Decoder::decodePort(code.data());
         EXPECT_EQ(p.valid, length != 0) << int(code[0]);
         if (p.valid)
             EXPECT_EQ(std::tuple(p.input, p.fromDx, p.size, p.length, fromDx ? 0 : int(p.immediate)),
