@@ -1,6 +1,5 @@
-// The product's hardware accesses reaching the board model: loads and stores of every width on
-// the mapped communication RAM and I/O area, port instructions after a grant, the board's
-// commands, and the EEPROM image a run writes back.
+// Loads, stores and port instructions reaching the board model, its commands, and the EEPROM
+// image a run writes back.
 #include "SimCheck.h"
 
 #include <fcntl.h>
@@ -27,7 +26,6 @@ TEST(BusTrap, LoadsStoresAndPortsReachTheBoard)
         {"--board Q7K -- PROBE iostore", 0, "", "", "port:0x351,value:0x00,dir:w|!dir:r"},
         // An instruction the bus does not emulate ends the program with its address named.
         {"-- PROBE unknown", 128 + 11, "", "sarvik-sim: instruction at 0x"},
-        {"-- PROBE unknown", 128 + 11, "", " (d9 38 "},
         {"-- PROBE unknown", 128 + 11, "", ") on the communication RAM at offset 0x1000 is not emulated"},
     };
     ExpectRuns(h, cases);
@@ -43,7 +41,6 @@ TEST(BusTrap, EepromChangesPersistThroughAWholeNewFileUnlessAnotherRunHoldsIt)
     const Args flip = {"--eeprom", image, "--fault", "bitflip=0", "--", "PROBE", "config"};
     ASSERT_EQ(Sim(h, {"--eeprom", image, "--", "PROBE", "config"}).Status, 0);
     const std::string sample = CSimRun::ReadText(image);
-    ASSERT_EQ(sample.size(), 32768u);
     ASSERT_EQ(chmod(image.c_str(), 0640), 0);
     const int before = open(image.c_str(), O_RDONLY);
     ASSERT_EQ(flock(before, LOCK_EX), 0);

@@ -8,11 +8,11 @@
 namespace
 {
 
+// An ordinary user runs a copy in the scratch folder, which all can reach.
 #define USER "-- setpriv --reuid=1000 --regid=1000 --clear-groups @/"
 
-// The driver's record and ioctls as the tool makes them, in order; an ungranted port; each mmap
-// (and mprotect) as the kernel and the communication RAM driver answer it, and what the mapping
-// then lets the process reach (sim-probe mmap NODE OPEN PROT FLAGS LENGTH OFFSET [STEP ARG]...).
+// The record and ioctls in order; each mmap and mprotect as the kernel and the driver answer it,
+// and what the mapping then reaches (sim-probe mmap NODE OPEN PROT FLAGS LENGTH OFFSET [STEP ARG]...).
 TEST(DriverHooks, AnswerAsTheKernelAndTheDriverDo)
 {
     CSimRun h;
@@ -61,7 +61,6 @@ TEST(DriverHooks, AnswerAsTheKernelAndTheDriverDo)
         {USER "sim-probe config", 1, "error=Permission !word1=0x100000"},
         {USER "Sarvik", 0, "!Serial", "", "::ResetQXKBoard: failed, BoardWakeUp() returned 0x1"},
     };
-    // Copies in the scratch folder, which an ordinary user can reach and run.
     ASSERT_EQ(h.Host({"cp", CSimRun::S_Probe, CSimRun::S_Tool, h.Path("")}).Status, 0);
     ExpectRuns(h, cases);
 }

@@ -1,5 +1,4 @@
-// Instruction decoding for the emulated bus: the width and direction of memory accesses, the
-// loads it answers itself, and the port instructions, from real encodings.
+// The emulated bus's instruction decoding, from real encodings.
 #include "X86Decoder.h"
 
 #include <gtest/gtest.h>
@@ -40,8 +39,7 @@ TEST(X86Decoder, KnowsTheWidthOfAnAccessAndWhetherItReadsOrWrites)
         code.resize(16, 0x90);
         const simhost::MemoryAccess a = simhost::X86Decoder::decodeAccess(code.data());
         const std::string seen = a.known ? std::string(a.reads ? "r" : "") + (a.writes ? "w" : "") : "?";
-        EXPECT_EQ(seen, use) << int(code[0]) << " " << int(code[1]);
-        EXPECT_EQ(a.known ? a.size : 0, size) << int(code[0]) << " " << int(code[1]);
+        EXPECT_EQ(std::pair(seen, a.known ? a.size : 0), std::pair(std::string(use), size)) << int(code[1]);
     }
 }
 
