@@ -108,9 +108,10 @@ class ChecksumModeTest : public testing::TestWithParam<ChecksumCase>
 
 TEST_P(ChecksumModeTest, CorruptedReplyIsCaughtOnlyWithTheChecksumOn)
 {
-    const ToolRun run = runTool(GetParam().simArgs, KEYDRIVER_PROBE_PATH, {GetParam().mode});
+    const ToolRun run =
+        runTool(GetParam().simArgs, PROBE_PATH, {"toolbox", "wakeup", "3", "eeread", GetParam().mode});
     ASSERT_EQ(run.result.Status, 0) << run.result.Err;
-    EXPECT_EQ(run.result.Value("status"), GetParam().status);
+    EXPECT_EQ(run.result.Value("1.result"), GetParam().status);
 }
 
 INSTANTIATE_TEST_SUITE_P(
