@@ -69,11 +69,10 @@ TEST(X86Decoder, KnowsTheRegisterWidthAndLengthOfALoad)
     {
         code.resize(16, 0x90);
         const simhost::LoadInstruction l = simhost::X86Decoder::decodeLoad(code.data());
-        EXPECT_EQ(l.valid, length != 0) << int(code[0]) << " " << int(code[1]);
-        if (l.valid)
-            EXPECT_EQ(std::tuple(l.reg, l.size, l.destSize, l.signExtend, l.length),
-                      std::tuple(reg, size, destSize, signExtend, length))
-                << int(code[0]) << " " << int(code[1]);
+        EXPECT_EQ(l.valid ? std::tuple(l.reg, l.size, l.destSize, l.signExtend, l.length)
+                          : std::tuple(0, 0, 0, false, 0),
+                  std::tuple(reg, size, destSize, signExtend, length))
+            << int(code[0]) << " " << int(code[1]);
     }
 }
 
@@ -99,11 +98,10 @@ TEST(X86Decoder, KnowsThePortInstructions)
     {
         code.resize(16, 0x90);
         const simhost::PortInstruction p = simhost::X86Decoder::decodePort(code.data());
-        EXPECT_EQ(p.valid, length != 0) << int(code[0]);
-        if (p.valid)
-            EXPECT_EQ(std::tuple(p.input, p.fromDx, p.size, p.length, fromDx ? 0 : int(p.immediate)),
-                      std::tuple(input, fromDx, size, length, immediate))
-                << int(code[0]);
+        EXPECT_EQ(p.valid ? std::tuple(p.input, p.fromDx, p.size, p.length, fromDx ? 0 : int(p.immediate))
+                          : std::tuple(false, false, 0, 0, 0),
+                  std::tuple(input, fromDx, size, length, immediate))
+            << int(code[0]);
     }
 }
 
