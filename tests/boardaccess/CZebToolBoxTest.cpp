@@ -242,7 +242,9 @@ TEST_P(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
                   0xF0000000u | recovery.SecondAddressByte << 8 | expected[i].second)
             << "step " << i;
         if (i >= 4 && i < 24)
+        {
             EXPECT_EQ(TraceNumber(steps[i], "data"), i % 2 == 0 ? 0xFEu : 0x01u) << "step " << i;
+        }
     }
     // Read-modify-write: clear bit 2 of 0xA44, set bit 0 of 0xA18, set bit 2 of 0xA44 again.
     EXPECT_EQ(TraceNumber(steps[1], "data"), TraceNumber(steps[0], "data") & ~0x0004u);

@@ -129,7 +129,7 @@ TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
         const std::string stem = scratch.Path("step" + std::to_string(i));
         const std::string status = CSimRun::ReadText(stem + ".status");
         results[i] = {status.empty() ? -1 : std::stoi(status), CSimRun::ReadText(stem + ".out"),
-                      CSimRun::ReadText(stem + ".err")};
+                      CSimRun::ReadText(stem + ".err"), {}, {}};
     }
     for (size_t i = 0; i < cases.size(); ++i)
     {
