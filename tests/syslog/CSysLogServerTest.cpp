@@ -12,11 +12,6 @@
 #include <gtest/gtest.h>
 #include <mutex>
 #include <numeric>
-#include <string>
-#include <vector>
-
-const auto ReadFile = SysLogTest::ReadFile;
-const auto WaitFor = SysLogTest::WaitFor;
 
 namespace
 {
@@ -43,9 +38,7 @@ public:
     {
         std::vector<unsigned> sequences;
         for (const CSysLogMessage& message : Messages())
-        {
             sequences.push_back(+message.mSequence_U32);
-        }
         return sequences;
     }
     std::atomic<bool> mReady{true};
@@ -55,10 +48,15 @@ private:
     std::vector<CSysLogMessage> mMessages;
 };
 
-// Linked destinations live as long as the process: the server may still write at exit.
-CRecordingDestination& NewDestination()
+// Linked destinations live as long as the process (the server may still write at exit).
+CRecordingDestination& Destination(int source, unsigned channel)
 {
-    return *new CRecordingDestination;
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CRecordingDestination& destination = *new CRecordingDestination;
+    EXPECT_TRUE(server.AddDestination(&destination) &&
+                (channel < SYSLOG_NB_CHANNEL ? server.Link(source, channel, &destination)
+                                             : server.Link(source, &destination)));
+    return destination;
 }
 
 class CLoadSource : public CSysLogSource
@@ -106,57 +104,50 @@ private:
     std::mutex mMutex;
     std::deque<CSysLogMessage> mQueue;
 };
+
 // Puts `source` in slot 1 with `channel` (every channel for 350) linked to a new destination.
 CRecordingDestination& Attach(CQueueSource& source, unsigned channel)
 {
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    CRecordingDestination& destination = NewDestination();
-    bool attached =
-        server.AddSource(&source) && server.AddDestination(&destination) &&
-        (channel < SYSLOG_NB_CHANNEL ? server.Link(1, channel, &destination) : server.Link(1, &destination));
-    EXPECT_TRUE(attached);
-    return destination;
+    EXPECT_TRUE(CSysLogServer::GetInstance().AddSource(&source));
+    return Destination(1, channel);
 }
 } // namespace
 
 TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFiles)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
-    for (unsigned channel : {64u, 65u, 185u, 224u, 277u})
+    for (unsigned channel : {0u, 5u, 63u, 64u, 65u, 185u, 224u, 277u, 278u, 349u, 350u, 5000u})
     {
-        EXPECT_EQ(SYSLOG_CRITICAL, server.GetThreshold(channel)) << channel;
-        EXPECT_EQ(5242880u, server.GetMaxFileSize(channel)) << channel;
+        bool host = channel >= 64 && channel <= 277;
+        EXPECT_EQ(host ? SYSLOG_CRITICAL : 0, server.GetThreshold(channel)) << channel;
+        EXPECT_EQ(host ? 5242880u : 0u, server.GetMaxFileSize(channel)) << channel;
     }
-    for (unsigned channel : {0u, 5u, 63u, 278u, 349u, 350u, 5000u})
-    {
-        EXPECT_EQ(0, server.GetThreshold(channel)) << channel;
-    }
-    EXPECT_TRUE(server.CanIDisplayLogMessage(224, 1));
-    EXPECT_FALSE(server.CanIDisplayLogMessage(224, 2));
-    EXPECT_FALSE(server.CanIDisplayLogMessage(224, 0));
-    EXPECT_FALSE(server.CanIDisplayLogMessage(350, 1));
+    std::string display;
+    for (std::pair<unsigned, unsigned char> asked :
+         {std::make_pair(224u, 1), {224u, 2}, {224u, 0}, {350u, 1}})
+        display += server.CanIDisplayLogMessage(asked.first, asked.second) ? "y" : "n";
     server.DisableLogs();
-    EXPECT_FALSE(server.CanIDisplayLogMessage(224, 1));
+    display += server.CanIDisplayLogMessage(224, 1) ? "y" : "n";
     server.EnableLogs();
-    EXPECT_STREQ("  No Log", CSysLogServer::GetCriticityName(0));
-    EXPECT_STREQ("   Debug", CSysLogServer::GetCriticityName(3));
-    EXPECT_STREQ("", CSysLogServer::GetCriticityName(4));
+    EXPECT_EQ("ynnnn", display);
+    EXPECT_EQ("  No Log|Critical|  Normal|   Debug|",
+              std::string(CSysLogServer::GetCriticityName(0)) + "|" + CSysLogServer::GetCriticityName(1) +
+                  "|" + CSysLogServer::GetCriticityName(2) + "|" + CSysLogServer::GetCriticityName(3) + "|" +
+                  CSysLogServer::GetCriticityName(4));
 
     // The worker writes without any flush; the files of other channels stay closed.
     server.GetHostSource().LogMessage(224, 2, 0, 1, 1, "normal, dropped");
     server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "critical, kept");
-    EXPECT_TRUE(WaitFor(
-        [] { return ReadFile(EEPROM_LOG).find("|C|     1| 1|critical, kept\r\n") != std::string::npos; }));
-    EXPECT_EQ(std::string::npos, ReadFile(EEPROM_LOG).find("dropped"));
-    EXPECT_TRUE(server.IsFileOpened(224));
-    EXPECT_FALSE(server.IsFileOpened(225));
-    EXPECT_TRUE(SysLogTest::Exists("/mnt/APPS/data/log/cvn_eeprom.err")) << "opened with the log file";
+    EXPECT_TRUE(WaitFor([] { return Contains(ReadFile(EEPROM_LOG), "|C|     1| 1|critical, kept\r\n"); }));
+    EXPECT_FALSE(Contains(ReadFile(EEPROM_LOG), "dropped"));
+    EXPECT_TRUE(server.IsFileOpened(224) && !server.IsFileOpened(225));
+    EXPECT_TRUE(Exists(LOG_DIR + "cvn_eeprom.err")) << "opened with the log file";
 }
 
 TEST(CSysLogServer, ConfigurationFilesAreReadAtConstruction)
 {
-    SysLogTest::WriteFile(CSysLogServer::THRESHOLD_FILE, "224-3\r\n225*2\r\n");
-    SysLogTest::WriteFile(CSysLogServer::FILE_SIZE_FILE, "{\"Channel\": 224, \"FileSize\": 10485760}\n");
+    WriteFile(CSysLogServer::THRESHOLD_FILE, "224-3\r\n225*2\r\n");
+    WriteFile(CSysLogServer::FILE_SIZE_FILE, "{\"Channel\": 224, \"FileSize\": 10485760}\n");
     CSysLogServer& server = CSysLogServer::GetInstance();
     EXPECT_EQ(SYSLOG_DEBUG, server.GetThreshold(224));
     EXPECT_EQ(SYSLOG_NORMAL, server.GetThreshold(225));
@@ -164,24 +155,19 @@ TEST(CSysLogServer, ConfigurationFilesAreReadAtConstruction)
     EXPECT_EQ(10485760u, server.GetMaxFileSize(224));
     server.GetHostSource().LogMessage(224, 3, 0, 1, 1, "debug is on");
     server.FlushPendingMessages();
-    EXPECT_NE(std::string::npos, ReadFile(EEPROM_LOG).find("|D|     1| 1|debug is on"));
+    EXPECT_TRUE(Contains(ReadFile(EEPROM_LOG), "|D|     1| 1|debug is on"));
 }
 
 TEST(CSysLogServer, ThresholdRecordsApplyOnlyToHostChannelsAndKnownLevels)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     std::string path = "/mnt/APPS/data/orx/thresholds.test";
-    SysLogTest::WriteFile(path, "100-3\r\n101*0\r\n063-3\r\n278-3\r\n102-9\r\nabc-3\r\n277-2\r\n064-");
+    WriteFile(path, "100-3\r\n101*0\r\n063-3\r\n278-3\r\n102-9\r\nabc-3\r\n277-2\r\n064-");
     server.SetThresholdFrom(path.c_str());
-    struct
-    {
-        unsigned channel;
-        unsigned char threshold;
-    } const expected[] = {{100, 3}, {101, 0}, {63, 0}, {278, 0}, {102, 1}, {277, 2}, {64, 1}};
+    const std::pair<unsigned, int> expected[] = {{100, 3}, {101, 0}, {63, 0}, {278, 0},
+                                                 {102, 1}, {277, 2}, {64, 1}};
     for (const auto& e : expected)
-    {
-        EXPECT_EQ(e.threshold, server.GetThreshold(e.channel)) << e.channel;
-    }
+        EXPECT_EQ(e.second, server.GetThreshold(e.first)) << e.first;
     EXPECT_EQ(101u, server.GetSelectedChannel());
     server.SetThresholdFrom("/mnt/APPS/data/orx/missing.cfg");
     EXPECT_EQ(3, server.GetThreshold(100));
@@ -209,27 +195,22 @@ TEST(CSysLogServer, FileSizeLinesOutsideTheLimitsAreIgnored)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     std::string path = "/mnt/APPS/data/orx/sizes.test";
-    SysLogTest::WriteFile(path, "{\"Channel\": 100, \"FileSize\": 1048576}\n"
-                                "{\"Channel\": 101, \"FileSize\": 10485760}\n"
-                                "not json at all\n"
-                                "{\"Channel\": 102, \"FileSize\": 1073741824}\n"
-                                "{\"Channel\": 103, \"FileSize\": 1073741823}\n"
-                                "{\"Channel\": 60, \"FileSize\": 10485760}\n"
-                                "{\"Channel\": 10, \"FileSize\": 6000000}\n"
-                                "[1, 2]\n"
-                                "{\"Channel\": 104, \"FileSize\": \"big\"}\n"
-                                "{\"Channel\": 105, \"FileSize\": 5242880}\n");
+    WriteFile(path, "{\"Channel\": 100, \"FileSize\": 1048576}\n"
+                    "{\"Channel\": 101, \"FileSize\": 10485760}\n"
+                    "not json at all\n"
+                    "{\"Channel\": 102, \"FileSize\": 1073741824}\n"
+                    "{\"Channel\": 103, \"FileSize\": 1073741823}\n"
+                    "{\"Channel\": 60, \"FileSize\": 10485760}\n"
+                    "{\"Channel\": 10, \"FileSize\": 6000000}\n"
+                    "[1, 2]\n"
+                    "{\"Channel\": 104, \"FileSize\": \"big\"}\n"
+                    "{\"Channel\": 105, \"FileSize\": 5242880}\n");
     server.SetLogFilesSizeFrom(path.c_str());
-    struct
-    {
-        unsigned channel;
-        unsigned size;
-    } const expected[] = {{100, 5242880}, {101, 10485760}, {102, 5242880}, {103, 1073741823},
-                          {60, 0},        {10, 6000000},   {104, 5242880}, {105, 5242880}};
+    const std::pair<unsigned, unsigned> expected[] = {{100, 5242880},    {101, 10485760}, {102, 5242880},
+                                                      {103, 1073741823}, {60, 0},         {10, 6000000},
+                                                      {104, 5242880},    {105, 5242880}};
     for (const auto& e : expected)
-    {
-        EXPECT_EQ(e.size, server.GetMaxFileSize(e.channel)) << e.channel;
-    }
+        EXPECT_EQ(e.second, server.GetMaxFileSize(e.first)) << e.first;
 }
 
 TEST(CSysLogServer, SourceAndDestinationSlotsAndLinks)
@@ -242,9 +223,8 @@ TEST(CSysLogServer, SourceAndDestinationSlotsAndLinks)
     EXPECT_EQ(1, server.GetSourceId(&first));
     EXPECT_EQ(-1, server.GetSourceId(&second));
 
-    CRecordingDestination& destination = NewDestination();
+    CRecordingDestination& destination = Destination(0, 0);
     CRecordingDestination unknown;
-    EXPECT_TRUE(server.AddDestination(&destination));
     EXPECT_EQ(214, server.GetDestId(&destination)) << "after the 214 host channel files";
     EXPECT_FALSE(server.Link(0, 300, &unknown));
     EXPECT_FALSE(server.Link(2, 300, &destination));
@@ -272,15 +252,14 @@ TEST(CSysLogServer, FullerSourceIsServedFirstAndTheOtherAfterItsWaitCount)
     EXPECT_EQ(30u, loads[0]);
     EXPECT_EQ(60u, loads[1]);
 
-    struct Case
+    struct
     {
-        unsigned load0;
-        unsigned load1;
+        unsigned load0, load1;
         bool slot0;
         unsigned chosen;
     } const cases[] = {
         {0, 0, true, 0}, {50, 50, true, 0}, {0, 10, true, 1}, {10, 0, true, 0}, {0, 40, false, 1}};
-    for (const Case& c : cases)
+    for (const auto& c : cases)
     {
         CLoadSource a(c.load0), b(c.load1);
         SSysLogSourceSlot fresh[2] = {};
@@ -294,15 +273,11 @@ TEST(CSysLogServer, FullerSourceIsServedFirstAndTheOtherAfterItsWaitCount)
 TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothing)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
-    CRecordingDestination& destination = NewDestination();
+    CRecordingDestination& destination = Destination(0, 300);
     destination.mReady = false;
-    ASSERT_TRUE(server.AddDestination(&destination));
-    ASSERT_TRUE(server.Link(0, 300, &destination));
     server.SetThreshold(300, SYSLOG_DEBUG);
     for (int i = 0; i < 50; i++)
-    {
         server.GetHostSource().LogMessage(300, 3, 0, 0, 0, "burst %d", i);
-    }
     // While the destination is busy its message waits in the slot and the rest stay in the ring.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     EXPECT_EQ(0u, destination.Count());
@@ -326,11 +301,9 @@ TEST(CSysLogServer, NewHeaderReachesOpenFilesAtOnce)
         "------------------------------------- ORX QUINTARVE --- Machine 42     --- Corvane version "
         "01.02.03.00004 --- HW Edition 1.10";
     EXPECT_STREQ(expected.c_str(), server.GetLogFileHeader());
-    EXPECT_NE(std::string::npos, ReadFile(EEPROM_LOG).find(expected + " --- "));
-    EXPECT_EQ(1, SysLogTest::CountOf(ReadFile(EEPROM_LOG), expected));
+    EXPECT_TRUE(Contains(ReadFile(EEPROM_LOG), expected + " --- "));
     server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
-    EXPECT_EQ(1, SysLogTest::CountOf(ReadFile(EEPROM_LOG), expected))
-        << "an unchanged header is not rewritten";
+    EXPECT_EQ(1, CountOf(ReadFile(EEPROM_LOG), expected)) << "an unchanged header is not rewritten";
 }
 
 TEST(CSysLogServer, ShutdownLeavesAFinalLineForTheWorkerInEveryOpenFile)
@@ -339,11 +312,9 @@ TEST(CSysLogServer, ShutdownLeavesAFinalLineForTheWorkerInEveryOpenFile)
     server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "working");
     server.FlushPendingMessages();
     server.Shutdown();
-    EXPECT_TRUE(WaitFor(
-        [] {
-            return ReadFile(EEPROM_LOG).find("|C|     0| 0|Exiting System Logging\r\n") != std::string::npos;
-        }));
-    EXPECT_FALSE(SysLogTest::Exists(SysLogTest::LogDir() + SysLog_GetChannelName(64) + ".log"))
+    EXPECT_TRUE(
+        WaitFor([] { return Contains(ReadFile(EEPROM_LOG), "|C|     0| 0|Exiting System Logging\r\n"); }));
+    EXPECT_FALSE(Exists(LOG_DIR + SysLog_GetChannelName(64) + ".log"))
         << "files that never logged stay closed";
 }
 
@@ -353,31 +324,25 @@ TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCount
     CQueueSource source;
     CRecordingDestination& destination = Attach(source, SYSLOG_NB_CHANNEL);
     for (unsigned sequence = 0; sequence < 10; sequence++)
-    {
         source.Push(300, sequence);
-    }
     ASSERT_FALSE(server.IsFileOpened(227));
 
     // Each row: host channels whose files are open before the flush, then the messages written.
-    struct Step
-    {
-        std::vector<unsigned> openChannels;
-        size_t writtenSoFar;
-    } const steps[] = {
+    const std::pair<std::vector<unsigned>, size_t> steps[] = {
         {{}, 1},              // no file open: the entry at counter 228 (channel 227) alone reads one
         {{224}, 3},           // one open file, plus the entry at counter 228
         {{224, 225}, 6},      // two open files, plus the entry at counter 228
         {{224, 225, 227}, 9}, // channel 227 open as well: its entry still reads only once
     };
-    for (const Step& step : steps)
+    for (const auto& step : steps)
     {
-        for (unsigned channel : step.openChannels)
+        for (unsigned channel : step.first)
         {
             server.GetHostSource().LogMessage(channel, 1, 0, 0, 0, "opens the file");
             ASSERT_TRUE(WaitFor([&] { return server.IsFileOpened(channel); })) << channel;
         }
         server.Flush(1, 0);
-        EXPECT_EQ(step.writtenSoFar, destination.Count()) << step.openChannels.size() << " open";
+        EXPECT_EQ(step.second, destination.Count()) << step.first.size() << " open";
     }
     server.RemoveSource(&source);
 }
@@ -388,9 +353,7 @@ TEST(CSysLogServer, FlushDropsWhatItsDestinationIsNotReadyFor)
     CQueueSource source;
     CRecordingDestination& destination = Attach(source, 300);
     for (unsigned sequence = 0; sequence < 3; sequence++)
-    {
         source.Push(300, sequence);
-    }
     server.Flush(2, 10);
     EXPECT_EQ(3u, source.Size()) << "there is no third source slot";
     destination.mReady = false;
@@ -410,10 +373,8 @@ TEST(CSysLogServer, MessageOnAChannelOf350OrMoreIsReportedOnChannel5)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     CQueueSource source;
-    CRecordingDestination& destination = NewDestination();
+    CRecordingDestination& destination = Destination(0, 5);
     server.SetThreshold(5, SYSLOG_CRITICAL);
-    ASSERT_TRUE(server.AddDestination(&destination));
-    ASSERT_TRUE(server.Link(0, 5, &destination));
     ASSERT_TRUE(server.AddSource(&source));
     source.Push(350, 0);
     source.Push(4000, 0, "");
@@ -423,12 +384,10 @@ TEST(CSysLogServer, MessageOnAChannelOf350OrMoreIsReportedOnChannel5)
     EXPECT_STREQ("SYSLOG DEBUG - Channel == 350", messages[0].GetText());
     EXPECT_STREQ("SYSLOG DEBUG - Channel == 4000", messages[1].GetText());
     for (const CSysLogMessage& message : messages)
-    {
-        EXPECT_EQ(5u, +message.mChannel_U32);
-        EXPECT_EQ("1 0 0 0",
-                  std::to_string(message.mCriticity_U8) + " " + std::to_string(message.mErrorCode_U16) + " " +
-                      std::to_string(message.mSubId_S16) + " " + std::to_string(message.mContext_U8));
-    }
+        EXPECT_EQ("5 1 0 0 0",
+                  std::to_string(message.mChannel_U32) + " " + std::to_string(message.mCriticity_U8) + " " +
+                      std::to_string(message.mErrorCode_U16) + " " + std::to_string(message.mSubId_S16) +
+                      " " + std::to_string(message.mContext_U8));
     server.RemoveSource(&source);
 }
 
@@ -443,18 +402,52 @@ TEST(CSysLogServer, MessagesStillInTheRingAreWrittenAtProcessExit)
                 []
                 {
                     std::string log = ReadFile(EEPROM_LOG);
-                    _exit(SysLogTest::CountOf(log, "|message ") == 999 &&
-                                  log.find("|the last\r\n") != std::string::npos
-                              ? 0
-                              : 3);
+                    _exit(CountOf(log, "|message ") == 999 && Contains(log, "|the last\r\n") ? 0 : 3);
                 });
             CSysLogServer& server = CSysLogServer::GetInstance();
             for (int i = 0; i < 999; i++)
-            {
                 server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "message %d", i);
-            }
             server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "the last");
             std::exit(0);
         },
         ::testing::ExitedWithCode(0), "");
+}
+
+TEST(CSysLogServer, LogMenuKeyHelpHasBuiltInLinesThenReplacedAndAddedKeys)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    const std::pair<const char*, const char*> builtIn[] = {
+        {"A/a", "Enable/disable logs"},
+        {"Shift-F3", "Reset to default threshold configuration"},
+        {"Ctrl-Alt-Q", "Delete all log files"}};
+    ASSERT_EQ(10u, server.GetNbInfoKeys());
+    for (const auto& line : builtIn)
+        EXPECT_EQ(line.second, std::string(server.GetInfoKeyText(line.first) ?: "none")) << line.first;
+    EXPECT_EQ(nullptr, server.GetInfoKeyText("F6"));
+
+    server.SetInfoKeys("F4", "Keep thresholds");
+    server.SetInfoKeys("F6", "Extract files");
+    EXPECT_EQ(11u, server.GetNbInfoKeys());
+    EXPECT_STREQ("Keep thresholds", server.GetInfoKeyText("F4"));
+    EXPECT_STREQ("Extract files", server.GetInfoKeyText("F6"));
+    // A key longer than its field is kept shortened, and found again under its full name.
+    server.SetInfoKeys("Ctrl-Alt-Shift-Del", "Restart");
+    server.SetInfoKeys("Ctrl-Alt-Shift-Del", "Reboot");
+    EXPECT_EQ(12u, server.GetNbInfoKeys());
+    EXPECT_STREQ("Reboot", server.GetInfoKeyText("Ctrl-Alt-Shift-Del"));
+    server.InitInfoKeys();
+    EXPECT_EQ(10u, server.GetNbInfoKeys());
+    EXPECT_STREQ("Save threshold configuration", server.GetInfoKeyText("F4"));
+}
+
+TEST(CSysLogServer, LogMenuCountsTheChannelsWhoseFilesAreOpen)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    server.FlushPendingMessages();
+    const unsigned before = server.OpenLogFile();
+    ASSERT_FALSE(server.IsFileOpened(90));
+    server.GetHostSource().LogMessage(90, SYSLOG_CRITICAL, 0, 0, 0, "opens channel 90");
+    server.FlushPendingMessages();
+    EXPECT_TRUE(server.IsFileOpened(90));
+    EXPECT_EQ(before + 1, server.OpenLogFile());
 }
