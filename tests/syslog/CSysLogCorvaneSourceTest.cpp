@@ -39,7 +39,6 @@ protected:
         mServer.SetThreshold(TEST_CHANNEL, SYSLOG_NORMAL);
         mServer.SetThreshold(TEST_CHANNEL + 1, SYSLOG_DEBUG);
     }
-    void TearDown() override { mServer.EnableLogs(); }
     std::vector<CSysLogMessage> Drain()
     {
         std::vector<CSysLogMessage> messages;

@@ -130,8 +130,7 @@ TEST(CSysLogFile, LineFieldsErrorLinesAndLostLines)
         short subId;
         unsigned char context;
         unsigned sequence;
-        const char* logTail; // after the date and time
-        const char* errorTail;
+        const char *logTail, *errorTail; // after the date and time
     } const rows[] = {
         {1, 0, 0, 1, 1, 4, "|00000000|C|     1| 1|text", nullptr},
         {2, 0, 0xDEADBEEF, -32768, 0xAB, 6, "|DEADBEEF|N|-32768|AB|text", nullptr}, // 5 is lost
