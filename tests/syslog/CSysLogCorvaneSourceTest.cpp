@@ -39,12 +39,12 @@ protected:
         mServer.SetThreshold(TEST_CHANNEL, SYSLOG_NORMAL);
         mServer.SetThreshold(TEST_CHANNEL + 1, SYSLOG_DEBUG);
     }
-    std::vector<CSysLogMessage> Drain()
+    std::vector<std::string> Drain()
     {
-        std::vector<CSysLogMessage> messages;
+        std::vector<std::string> records;
         for (CSysLogMessage message; mSource->ReadMessage(&message), !message.IsEmpty();)
-            messages.push_back(message);
-        return messages;
+            records.push_back(Describe(message));
+        return records;
     }
     CSysLogServer& mServer = CSysLogServer::GetInstance();
     std::unique_ptr<CDamageableSource> mSource =
@@ -65,10 +65,9 @@ TEST_F(CSysLogCorvaneSourceTest, SequenceNumbersCountPerChannelOverTheKeptMessag
     for (const auto& entry : logged)
         mSource->LogMessage(std::get<0>(entry), static_cast<unsigned char>(std::get<1>(entry)), 0, 0, 0, "%s",
                             std::get<2>(entry));
-    std::vector<std::string> kept;
-    for (const CSysLogMessage& message : Drain())
-        kept.push_back(message.GetText() + std::string(" ") + std::to_string(message.mSequence_U32));
-    EXPECT_EQ((std::vector<std::string>{"a0 0", "b0 0", "a1 1", "b1 1"}), kept);
+    EXPECT_EQ((std::vector<std::string>{"300 1 0 0 0 0: a0", "301 3 0 0 0 0: b0", "300 2 0 0 0 1: a1",
+                                        "301 1 0 0 0 1: b1"}),
+              Drain());
 }
 
 TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndItsTextIsExpandedTwice)
@@ -76,19 +75,9 @@ TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndItsTextIsExpand
     mSource->LogMessage(TEST_CHANNEL, 2, 0x12, -3, 0xC4, "value %d of %s, %s", 42, "x", "50%% done");
     mSource->GetChannel(TEST_CHANNEL + 1)->LogMessage(3, 0, 1, 2, "from %s", "handle");
     EXPECT_EQ(nullptr, mSource->GetChannel(350));
-    std::vector<CSysLogMessage> messages = Drain();
-    ASSERT_EQ(2u, messages.size());
-    const CSysLogMessage& message = messages[0];
-    EXPECT_EQ(TEST_CHANNEL, +message.mChannel_U32);
-    EXPECT_EQ(2, message.mCriticity_U8);
-    EXPECT_EQ(mServer.GetTimeStamp(), +message.mTimeStamp_U32);
-    EXPECT_EQ(0x12, +message.mErrorCode_U16);
-    EXPECT_EQ(-3, +message.mSubId_S16);
-    EXPECT_EQ(0xC4, message.mContext_U8);
-    EXPECT_STREQ("value 42 of x, 50% done", message.GetText());
-    EXPECT_EQ(TEST_CHANNEL + 1, +messages[1].mChannel_U32);
-    EXPECT_EQ(1, +messages[1].mSubId_S16);
-    EXPECT_STREQ("from handle", messages[1].GetText());
+    EXPECT_EQ((std::vector<std::string>{"300 2 18 -3 196 0: value 42 of x, 50% done",
+                                        "301 3 0 1 2 0: from handle"}),
+              Drain());
 }
 
 TEST_F(CSysLogCorvaneSourceTest, DisabledLogsNeitherLogNorReportLoad)
@@ -114,10 +103,10 @@ TEST_F(CSysLogCorvaneSourceTest, FullRingKeepsTheNewestAndShowsLoad)
     }
     EXPECT_EQ(99u, mSource->GiveLoad());
     mSource->ReadMessage(nullptr);
-    std::vector<CSysLogMessage> messages = Drain();
-    ASSERT_EQ(9361u, messages.size());
-    EXPECT_EQ(12000u - 9361u, +messages.front().mSequence_U32);
-    EXPECT_EQ(11999u, +messages.back().mSequence_U32);
+    std::vector<std::string> records = Drain();
+    ASSERT_EQ(9361u, records.size());
+    EXPECT_EQ("300 1 0 0 0 2639: " + text, records.front()) << "12000 - 9361";
+    EXPECT_EQ("300 1 0 0 0 11999: " + text, records.back());
     EXPECT_EQ(0u, mSource->GiveLoad());
 }
 
@@ -160,10 +149,11 @@ TEST_F(CSysLogCorvaneSourceTest, ConcurrentCallersKeepEveryChannelInOrder)
     for (bool last = false; !last;)
     {
         last = running == 0;
-        for (const CSysLogMessage& message : Drain())
+        for (const std::string& record : Drain())
         {
-            ASSERT_EQ(std::to_string(+message.mSequence_U32), message.GetText());
-            ASSERT_EQ(next[+message.mChannel_U32]++, +message.mSequence_U32) << +message.mChannel_U32;
+            const unsigned channel = std::stoul(record), sequence = next[channel]++;
+            ASSERT_EQ(record, std::to_string(channel) + " 1 0 0 0 " + std::to_string(sequence) + ": " +
+                                  std::to_string(sequence));
         }
     }
     for (std::thread& writer : writers)

@@ -16,17 +16,14 @@ namespace
 {
 const std::string EEPROM_LOG = "/mnt/APPS/data/log/cvn_eeprom.log";
 
-// Records what it is given as "channel criticity error sub-id context sequence: text".
+// Records what it is given, described.
 class CRecordingDestination : public CSysLogDestination
 {
 public:
     int WriteMessage(CSysLogMessage* m) override
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        mLines.push_back(std::to_string(m->mChannel_U32) + " " + std::to_string(m->mCriticity_U8) + " " +
-                         std::to_string(m->mErrorCode_U16) + " " + std::to_string(m->mSubId_S16) + " " +
-                         std::to_string(m->mContext_U8) + " " + std::to_string(m->mSequence_U32) + ": " +
-                         m->GetText());
+        mLines.push_back(Describe(*m));
         return m->mTextLength_U8;
     }
     bool IsReadyForReceiving() const override { return mReady.load(); }

@@ -1,5 +1,6 @@
 #pragma once
-// File and waiting helpers for the log framework's tests (all inside the /mnt sandbox).
+// File, record and waiting helpers for the log framework's tests (all inside the /mnt sandbox).
+#include "CSysLogMessage.h"
 #include <chrono>
 #include <fstream>
 #include <functional>
@@ -56,4 +57,11 @@ inline bool WaitFor(const std::function<bool()>& done)
             return false;
     }
     return true;
+}
+// A record as "channel criticity error sub-id context sequence: text".
+inline std::string Describe(const CSysLogMessage& m)
+{
+    return std::to_string(m.mChannel_U32) + " " + std::to_string(m.mCriticity_U8) + " " +
+           std::to_string(m.mErrorCode_U16) + " " + std::to_string(m.mSubId_S16) + " " +
+           std::to_string(m.mContext_U8) + " " + std::to_string(m.mSequence_U32) + ": " + m.GetText();
 }
