@@ -41,7 +41,7 @@ private:
     std::vector<std::string> mLines;
 };
 
-// Linked destinations live as long as the process (the server may still write at exit).
+// Linked to `channel` of `source` (every channel for 350); lives as long as the process.
 CRecordingDestination& Destination(int source, unsigned channel)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
@@ -52,8 +52,7 @@ CRecordingDestination& Destination(int source, unsigned channel)
     return destination;
 }
 
-// A source with a fixed load, or one that the test fills and that the worker serves only while it
-// is loaded and not empty.
+// A source with a fixed load, or one filled by the test and served only while loaded and not empty.
 class CQueueSource : public CSysLogSource
 {
 public:
@@ -86,13 +85,6 @@ private:
     std::mutex mMutex;
     std::deque<CSysLogMessage> mQueue;
 };
-
-// Puts `source` in slot 1 with `channel` (every channel for 350) linked to a new destination.
-CRecordingDestination& Attach(CQueueSource& source, unsigned channel)
-{
-    EXPECT_TRUE(CSysLogServer::GetInstance().AddSource(&source));
-    return Destination(1, channel);
-}
 } // namespace
 
 TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFiles)
@@ -200,21 +192,16 @@ TEST(CSysLogServer, FullerSourceIsServedFirstAndTheOtherAfterItsWaitCount)
     EXPECT_EQ("11111111101111111110", order);
     EXPECT_EQ(30u, loads[0]);
     EXPECT_EQ(60u, loads[1]);
-    struct
-    {
-        unsigned load0, load1;
-        bool slot0;
-        unsigned chosen;
-    } const cases[] = {
-        {0, 0, true, 0}, {50, 50, true, 0}, {0, 10, true, 1}, {10, 0, true, 0}, {0, 40, false, 1}};
+    // Loads of slots 0 (none: no source) and 1, the slot chosen.
+    const std::tuple<int, unsigned, unsigned> cases[] = {
+        {0, 0, 0}, {50, 50, 0}, {0, 10, 1}, {10, 0, 0}, {-1, 40, 1}};
     for (const auto& c : cases)
     {
-        CQueueSource a(c.load0), b(c.load1);
+        CQueueSource a(std::max(std::get<0>(c), 0)), b(std::get<1>(c));
         SSysLogSourceSlot fresh[2] = {};
-        fresh[0].mpSource = c.slot0 ? &a : nullptr;
+        fresh[0].mpSource = std::get<0>(c) >= 0 ? &a : nullptr;
         fresh[1].mpSource = &b;
-        EXPECT_EQ(c.chosen, CSysLogServer::SelectSourceToProcess(fresh, nullptr))
-            << c.load0 << "/" << c.load1;
+        EXPECT_EQ(std::get<2>(c), CSysLogServer::SelectSourceToProcess(fresh, nullptr)) << std::get<1>(c);
     }
 }
 
@@ -265,7 +252,8 @@ TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCount
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     CQueueSource source;
-    CRecordingDestination& destination = Attach(source, SYSLOG_NB_CHANNEL);
+    ASSERT_TRUE(server.AddSource(&source));
+    CRecordingDestination& destination = Destination(1, SYSLOG_NB_CHANNEL); // every channel
     for (unsigned sequence = 0; sequence < 10; sequence++)
         source.Push(300, sequence);
     ASSERT_FALSE(server.IsFileOpened(227));
@@ -295,7 +283,8 @@ TEST(CSysLogServer, FlushDropsWhatItsDestinationIsNotReadyForAndTheWorkerReports
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     CQueueSource source;
-    CRecordingDestination& destination = Attach(source, 300);
+    ASSERT_TRUE(server.AddSource(&source));
+    CRecordingDestination& destination = Destination(1, 300);
     CRecordingDestination& general = Destination(0, 5);
     server.SetThreshold(5, SYSLOG_CRITICAL);
     for (unsigned sequence = 0; sequence < 3; sequence++)
