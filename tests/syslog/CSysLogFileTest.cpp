@@ -17,15 +17,15 @@ constexpr unsigned LOG_HEADER_BYTES = HEADER_LINES * 241;
 constexpr unsigned ERR_HEADER_BYTES = HEADER_LINES * 246;
 const std::string DASHES(40, '-');
 
-CSysLogMessage Message(unsigned channel, unsigned sequence, const char* text, unsigned short errorCode = 0,
-                       unsigned char criticity = 1, unsigned timeStamp = 0, short subId = 1,
-                       unsigned char context = 1)
+int Write(CSysLogFile& file, unsigned channel, unsigned sequence, const char* text,
+          unsigned short errorCode = 0, unsigned char criticity = 1, unsigned timeStamp = 0, short subId = 1,
+          unsigned char context = 1)
 {
     CSysLogMessage message;
     std::string copy = text;
     message.MakeMessage(channel, criticity, timeStamp, static_cast<short>(errorCode), subId, context,
                         sequence, &copy[0]);
-    return message;
+    return file.WriteMessage(&message);
 }
 
 // The general channel's log once the server wrote what the files reported.
@@ -41,11 +41,6 @@ std::unique_ptr<CSysLogFile> Make(unsigned channel, unsigned maxSize = SYSLOG_DE
     auto file = std::make_unique<CSysLogFile>(channel, SYSLOG_CRITICAL, S_pHeader_c, true, maxSize);
     file->DeleteFiles();
     return file;
-}
-
-void Write(CSysLogFile& file, CSysLogMessage message)
-{
-    file.WriteMessage(&message);
 }
 } // namespace
 
@@ -85,7 +80,7 @@ TEST(CSysLogFile, HeaderComesWithTheFirstMessageAgainWhenItChangesAndAfterDeleti
     char sameText[] = "---- TEST HEADER ----", other[] = "---- OTHER HEADER ----";
     file->SetLogFileHeader(sameText);
     EXPECT_FALSE(Exists(file->GetLogPath())) << "nothing on disk before the first message";
-    Write(*file, Message(224, 0, "hello"));
+    Write(*file, 224, 0, "hello");
     std::vector<std::string> lines = ReadLines(file->GetLogPath());
     ASSERT_EQ(HEADER_LINES + 1, lines.size());
     const std::regex header[] = {
@@ -113,7 +108,7 @@ TEST(CSysLogFile, HeaderComesWithTheFirstMessageAgainWhenItChangesAndAfterDeleti
     for (const char* path : {file->GetLogPath(), file->GetErrorPath(), file->GetExtractLogPath()})
         EXPECT_FALSE(Exists(path)) << path;
     EXPECT_FALSE(file->IsOpened());
-    Write(*file, Message(224, 1, "second"));
+    Write(*file, 224, 1, "second");
     lines = ReadLines(file->GetLogPath());
     ASSERT_EQ(HEADER_LINES + 1, lines.size()) << "a fresh file";
     EXPECT_TRUE(Contains(lines.back(), "|second"));
@@ -141,8 +136,8 @@ TEST(CSysLogFile, LineFieldsErrorLinesAndLostLines)
     unsigned errorLines = HEADER_LINES;
     for (const auto& row : rows)
     {
-        Write(*file, Message(70, row.sequence, "text", row.errorCode, row.criticity, row.timeStamp, row.subId,
-                             row.context));
+        Write(*file, 70, row.sequence, "text", row.errorCode, row.criticity, row.timeStamp, row.subId,
+              row.context);
         EXPECT_EQ(row.logTail, ReadLines(file->GetLogPath()).back().substr(17));
         std::vector<std::string> errors = ReadLines(file->GetErrorPath());
         ASSERT_EQ(errorLines += row.errorTail != nullptr, errors.size());
@@ -163,7 +158,7 @@ TEST(CSysLogFile, FilesRotateOnlyPastTheirMaximalSizeAndReportItOnTheGeneralChan
     for (unsigned extra : {0u, 1u})
     {
         auto file = Make(73, LOG_HEADER_BYTES + line - extra);
-        Write(*file, Message(73, 0, "text"));
+        Write(*file, 73, 0, "text");
         EXPECT_EQ(extra == 1, Exists(file->GetLogBackupPath())) << "exactly the maximal size stays";
         std::vector<std::string> lines = ReadLines(file->GetLogPath());
         ASSERT_EQ(HEADER_LINES + 1 - extra, lines.size());
@@ -173,7 +168,7 @@ TEST(CSysLogFile, FilesRotateOnlyPastTheirMaximalSizeAndReportItOnTheGeneralChan
     }
     // The error line is 5 bytes longer: the error file alone rotates.
     auto file = Make(74, ERR_HEADER_BYTES + line + 5 - 1);
-    Write(*file, Message(74, 0, "oops", 0x1));
+    Write(*file, 74, 0, "oops", 0x1);
     EXPECT_TRUE(Exists(file->GetErrorBackupPath()));
     EXPECT_FALSE(Exists(file->GetLogBackupPath()));
     EXPECT_EQ(
@@ -221,8 +216,7 @@ TEST(CSysLogFile, ChannelTwentyEightAlwaysGetsFiftyMebibytes)
     }
     CSysLogFile ucode(28, 3, S_pHeader_c, true);
     ucode.DeleteFiles();
-    CSysLogMessage message = Message(28, 0, "from the board");
-    ucode.WriteMessage(&message);
+    Write(ucode, 28, 0, "from the board");
     EXPECT_TRUE(Contains(ReadLines(ucode.GetLogPath())[3],
                          "Source: uCode - Channel: " + std::string(ucode.GetChannelName()) +
                              " - Criticity threshold: Debug ---"));
@@ -237,7 +231,7 @@ TEST(CSysLogFile, UnopenableFilesCountAsOpenAndTheirLostWritesNeverRotate)
     ASSERT_EQ(0, mkdir(file->GetLogPath(), 0777));
     ASSERT_EQ(0, mkdir(file->GetErrorPath(), 0777));
     for (unsigned sequence = 0; sequence < 3; sequence++)
-        Write(*file, Message(76, sequence, "lost", 0x1));
+        Write(*file, 76, sequence, "lost", 0x1);
     EXPECT_TRUE(file->IsOpened());
     EXPECT_FALSE(Exists(file->GetLogBackupPath()) || Exists(file->GetErrorBackupPath())) << "no folder moved";
     EXPECT_FALSE(Contains(GeneralLog(), file->GetLogPath()) || Contains(GeneralLog(), file->GetErrorPath()));

@@ -29,12 +29,9 @@ inline std::string ReadFile(const std::string& path)
 inline std::vector<std::string> ReadLines(const std::string& path)
 {
     std::vector<std::string> lines;
-    const std::string content = ReadFile(path);
-    for (size_t start = 0, end; start < content.size(); start = end + 2)
-    {
-        end = std::min(content.find("\r\n", start), content.size());
-        lines.push_back(content.substr(start, end - start));
-    }
+    std::ifstream in(path, std::ios::binary);
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line.substr(0, line.size() - 1));
     return lines;
 }
 inline int CountOf(const std::string& text, const std::string& what)
@@ -51,12 +48,9 @@ inline bool Contains(const std::string& text, const std::string& what)
 // Polls until `done` holds: the worker's passes are 20 ms apart (the time-out is a hang guard).
 inline bool WaitFor(const std::function<bool()>& done)
 {
-    for (int waited = 0; !done(); waited += 5, std::this_thread::sleep_for(std::chrono::milliseconds(5)))
-    {
-        if (waited > 10000)
-            return false;
-    }
-    return true;
+    for (int waited = 0; waited < 10000 && !done(); waited += 5)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return done();
 }
 // A record as "channel criticity error sub-id context sequence: text".
 inline std::string Describe(const CSysLogMessage& m)
