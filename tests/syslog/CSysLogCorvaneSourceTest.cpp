@@ -80,18 +80,7 @@ TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndItsTextIsExpand
               Drain());
 }
 
-TEST_F(CSysLogCorvaneSourceTest, DisabledLogsNeitherLogNorReportLoad)
-{
-    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", std::string(150, 'x').c_str());
-    EXPECT_EQ(0u, mSource->GiveLoad()) << "one record is far below 1 %";
-    mServer.DisableLogs();
-    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "dropped");
-    EXPECT_EQ(0u, mSource->GiveLoad());
-    mServer.EnableLogs();
-    EXPECT_EQ(1u, Drain().size());
-}
-
-TEST_F(CSysLogCorvaneSourceTest, FullRingKeepsTheNewestAndShowsLoad)
+TEST_F(CSysLogCorvaneSourceTest, FullRingKeepsTheNewestAndShowsLoadWhileLogsAreEnabled)
 {
     const std::string text(199, 'z');
     // 224 bytes a record in a 2 MiB ring: 9362 fit.
@@ -102,6 +91,10 @@ TEST_F(CSysLogCorvaneSourceTest, FullRingKeepsTheNewestAndShowsLoad)
             EXPECT_EQ(4681u * 224u * 100u / CSysLogCorvaneSource::RING_SIZE, mSource->GiveLoad());
     }
     EXPECT_EQ(99u, mSource->GiveLoad());
+    mServer.DisableLogs();
+    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "dropped");
+    EXPECT_EQ(0u, mSource->GiveLoad());
+    mServer.EnableLogs();
     mSource->ReadMessage(nullptr);
     std::vector<std::string> records = Drain();
     ASSERT_EQ(9361u, records.size());
@@ -114,7 +107,6 @@ TEST_F(CSysLogCorvaneSourceTest, CorruptionIsReportedOnceInTheProcessLife)
 {
     const std::string report = REPORT_DIR + "ringbuffercorruption.log";
     unlink(report.c_str());
-    EXPECT_EQ(report, mSource->GetCorruptionReportPath());
     // Two damaged rings in a row, then a sound one: one report, and the ring works again.
     for (bool damaged : {true, true, false})
     {
