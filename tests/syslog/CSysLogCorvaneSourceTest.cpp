@@ -86,9 +86,11 @@ TEST_F(CSysLogCorvaneSourceTest, FullRingKeepsTheNewestAndShowsLoadWhileLogsAreE
     // 224 bytes a record in a 2 MiB ring: 9362 fit.
     for (unsigned i = 0; i < 12000; i++)
     {
-        mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", text.c_str());
-        if (i + 1 == 4681)
+        if (i == 4681)
+        {
             EXPECT_EQ(4681u * 224u * 100u / CSysLogCorvaneSource::RING_SIZE, mSource->GiveLoad());
+        }
+        mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", text.c_str());
     }
     EXPECT_EQ(99u, mSource->GiveLoad());
     mServer.DisableLogs();

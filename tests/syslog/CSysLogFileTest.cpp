@@ -139,7 +139,9 @@ TEST(CSysLogFile, LineFieldsErrorLinesAndLostLines)
         std::vector<std::string> errors = ReadLines(file->GetErrorPath());
         ASSERT_EQ(errorLines += row.errorTail != nullptr, errors.size());
         if (row.errorTail != nullptr)
+        {
             EXPECT_EQ(row.errorTail, errors.back().substr(17));
+        }
     }
     CSysLogMessage empty;
     EXPECT_EQ(0, file->WriteMessage(&empty));
@@ -159,9 +161,9 @@ TEST(CSysLogFile, FilesRotateOnlyPastTheirMaximalSizeAndReportItOnTheGeneralChan
         EXPECT_EQ(extra == 1, Exists(file->GetLogBackupPath())) << "exactly the maximal size stays";
         std::vector<std::string> lines = ReadLines(file->GetLogPath());
         ASSERT_EQ(HEADER_LINES + 1 - extra, lines.size());
-        if (extra == 1)
-            EXPECT_EQ(
-                0u, lines[2].rfind(DASHES + " Log file sequel - see backup file for more information -", 0));
+        EXPECT_EQ(extra == 1,
+                  lines[2].rfind(DASHES + " Log file sequel - see backup file for more information -", 0) ==
+                      0);
     }
     // The error line is 5 bytes longer: the error file alone rotates.
     auto file = Make(74, ERR_HEADER_BYTES + line + 5 - 1);
