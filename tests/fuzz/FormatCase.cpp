@@ -2,58 +2,37 @@
 
 #include <cstring>
 
-class FormatCase::Input
+uint64_t FormatCase::Word()
 {
-public:
-    Input(const uint8_t* data, size_t size) : m_pData(data), m_Size(size) {}
-    bool Empty() const { return m_Size == 0; }
-    uint8_t Byte()
-    {
-        if (m_Size == 0)
-            return 0;
-        --m_Size;
-        return *m_pData++;
-    }
-    uint64_t Word()
-    {
-        uint64_t value = 0;
-        for (int i = 0; i < 8; ++i)
-            value = value << 8 | Byte();
-        return value;
-    }
-    template <size_t N> const char* Pick(const char* const (&choices)[N]) { return choices[Byte() % N]; }
+    uint64_t value = 0;
+    for (int i = 0; i < 8; ++i)
+        value = value << 8 | Byte();
+    return value;
+}
 
-private:
-    const uint8_t* m_pData;
-    size_t m_Size;
-};
-
-FormatCase::FormatCase(const uint8_t* data, size_t size)
+FormatCase::FormatCase(const uint8_t* data, size_t size) : m_pData(data), m_pEnd(data + size)
 {
-    Input in(data, size);
-    m_Size = static_cast<int16_t>(in.Byte() << 8 | in.Byte()) % 600;
+    m_Size = static_cast<int16_t>(Word() >> 48) % 600;
     for (size_t i = 0; i < sizeof m_Text - 1; ++i)
-        m_Text[i] = static_cast<char>(in.Byte() % 95 + 32);
+        m_Text[i] = static_cast<char>(Byte() % 95 + 32);
     for (unsigned char& b : m_Bytes)
-        b = in.Byte();
-    for (int index = 0; index < kMaxConversions && !in.Empty(); ++index)
+        b = Byte();
+    for (int index = 0; index < kMaxConversions && m_pData != m_pEnd && m_Count + 3 <= kMaxArguments; ++index)
     {
         // A run of plain text, then a conversion; a lone '%' may end the format.
-        for (int n = in.Byte() % 8; n > 0; --n)
+        for (int n = Byte() % 8; n > 0; --n)
         {
-            const char c = static_cast<char>(in.Byte());
+            const char c = static_cast<char>(Byte());
             if (c != '\0' && c != '%')
                 m_Format += c;
         }
-        if (!Conversion(in, index))
-            break;
+        Conversion(index);
     }
-    if (in.Byte() % 4 == 0)
+    if (Byte() % 4 == 0)
         m_Format += '%';
 }
 
-// One conversion with its arguments; false when the argument list is full.
-bool FormatCase::Conversion(Input& in, int index)
+void FormatCase::Conversion(int index)
 {
     static const char* const kFlags[] = {"", "-", "+", " ", "#", "0", "-0", "+ ", "#0", "-+ #0"};
     static const char* const kWidths[] = {"", "1", "5", "12", "99", "*", "0"};
@@ -62,113 +41,54 @@ bool FormatCase::Conversion(Input& in, int index)
     // Unknown conversions included; none of them may read as a flag, width or length.
     static const char kConversions[] = "diuoxXpcsneEfgGaA%zqkFb";
 
-    if (m_Count + 3 > kMaxArguments)
-        return false;
-    m_Format += '%';
-    m_Format += in.Pick(kFlags);
-    const std::string width = in.Pick(kWidths);
-    const std::string precision = in.Pick(kPrecisions);
-    const std::string length = in.Pick(kLengths);
-    m_Format += width + precision + length;
-    char conversion = kConversions[in.Byte() % (sizeof kConversions - 1)];
-    if (std::strchr("eEfgG", conversion) && m_Doubles == kMaxDoubles)
-        conversion = 'd';
-    m_Format += conversion;
-
+    const std::string width = Pick(kWidths), precision = Pick(kPrecisions), length = Pick(kLengths);
+    char c = kConversions[Byte() % (sizeof kConversions - 1)];
+    if (std::strchr("eEfgG", c) && m_Doubles == kMaxDoubles)
+        c = 'd';
+    m_Format += '%' + std::string(Pick(kFlags)) + width + precision + length + c;
     // '*' takes its argument before the conversion is known, for unknown conversions too.
     if (width == "*")
-        Add(Kind::Int, in.Word() >> (in.Byte() % 64));
+        Add(Word() >> (Byte() % 64));
     if (precision == ".*")
-        Add(Kind::Int, in.Word() >> (in.Byte() % 64));
-    const bool null = in.Byte() % 8 == 0;
-    switch (conversion)
-    {
-    case 's':
-        return Add(Kind::Text, !null), true;
-    case 'a':
-    case 'A':
-        return Add(Kind::Bytes, !null), true;
-    case 'n':
-        return Add(Kind::Counter, null ? 0 : index + 1), true;
-    case 'e':
-    case 'E':
-    case 'f':
-    case 'g':
-    case 'G':
-        ++m_Doubles;
-        return Add(Kind::Double, in.Word()), true;
-    case 'p':
-        return Add(Kind::Pointer, in.Word()), true;
-    case 'c':
-        return Add(Kind::Int, in.Word()), true;
-    default:
-        if (!std::strchr("diuoxX", conversion))
-            return true;
-        if (length == "l" || length == "I32")
-            Add(std::strchr("di", conversion) ? Kind::LongSign : Kind::Long, in.Word());
-        else
-            Add(length == "ll" || length == "L" || length == "I64" ? Kind::Wide : Kind::Int, in.Word());
-        return true;
-    }
+        Add(Word() >> (Byte() % 64));
+    const bool null = Byte() % 8 == 0;
+    const bool isLong = length == "l" || length == "I32";
+    const uint64_t word = Word();
+    if (c == 's' || c == 'a' || c == 'A')
+        Add(c == 's' ? static_cast<const void*>(m_Text) : m_Bytes, null);
+    else if (c == 'n')
+        Add(&m_Counters[index], null);
+    else if (std::strchr("eEfgG", c))
+        Add(word, word, true, true);
+    else if (c == 'p' || c == 'c') // a pointer is the value itself
+        Add(word, c == 'p' ? word & 0xFFFFFFFFu : word);
+    else if (isLong && (c == 'd' || c == 'i'))
+        Add(word, static_cast<uint64_t>(static_cast<int64_t>(static_cast<int32_t>(word))));
+    else if (isLong && std::strchr("uoxX", c)) // a long shows all 64 bits on x86_64: keep to 31
+        Add(word, word & 0x7FFFFFFFu);
+    else if (std::strchr("diuoxX", c))
+        Add(word, word, length == "ll" || length == "L" || length == "I64");
 }
 
-uint64_t FormatCase::Value(const Argument& argument, bool portable) const
-{
-    switch (argument.kind)
-    {
-    case Kind::Text:
-        return argument.bits ? reinterpret_cast<uintptr_t>(m_Text) : 0;
-    case Kind::Bytes:
-        return argument.bits ? reinterpret_cast<uintptr_t>(m_Bytes) : 0;
-    case Kind::Counter:
-        return argument.bits ? reinterpret_cast<uintptr_t>(&m_Counters[argument.bits - 1]) : 0;
-    case Kind::Long:
-        // Unsigned conversions of a long show all 64 bits on x86_64: keep to 31.
-        return portable ? argument.bits & 0x7FFFFFFFu : argument.bits;
-    case Kind::LongSign:
-        return portable ? static_cast<uint64_t>(static_cast<int64_t>(static_cast<int32_t>(argument.bits)))
-                        : argument.bits;
-    case Kind::Pointer:
-        return portable ? argument.bits & 0xFFFFFFFFu : argument.bits;
-    default:
-        return argument.bits;
-    }
-}
-
-#if defined(__x86_64__)
-// Integer-class arguments travel in their own registers and stack slots, doubles in vector
-// registers: each conversion's va_arg takes the next slot of its class whatever the order.
+// Arguments go into machine words in order, a long long or a double taking two on i386; on x86_64
+// doubles travel apart in vector registers. Extra arguments after them are never read.
 int FormatCase::Run(char* buffer, bool portable)
 {
-    uint64_t integers[kMaxArguments] = {};
+    static_assert(sizeof(uintptr_t) == 4 || sizeof(uintptr_t) == 8, "i386 or x86_64");
+    uintptr_t words[2 * kMaxArguments] = {};
     double doubles[kMaxDoubles] = {};
-    size_t integerCount = 0, doubleCount = 0;
+    size_t count = 0, doubleCount = 0;
     for (size_t i = 0; i < m_Count; ++i)
     {
-        const uint64_t value = Value(m_Arguments[i], portable);
-        if (m_Arguments[i].kind == Kind::Double)
+        const Argument& a = m_Arguments[i];
+        const uint64_t value = portable ? a.portable : a.bits;
+        if (sizeof(uintptr_t) == 8 && a.real)
             std::memcpy(&doubles[doubleCount++], &value, sizeof value);
         else
-            integers[integerCount++] = value;
+            words[count++] = static_cast<uintptr_t>(value);
+        if (sizeof(uintptr_t) == 4 && a.wide)
+            words[count++] = static_cast<uintptr_t>(value >> 32);
     }
-    return Call(buffer, integers, doubles, std::make_index_sequence<kMaxArguments>(),
+    return Call(buffer, words, doubles, std::make_index_sequence<2 * kMaxArguments>(),
                 std::make_index_sequence<kMaxDoubles>());
 }
-#elif defined(__i386__)
-// Every argument lies on the stack in order, in 4-byte words: two for long long and double.
-int FormatCase::Run(char* buffer, bool portable)
-{
-    uint32_t words[2 * kMaxArguments] = {};
-    size_t count = 0;
-    for (size_t i = 0; i < m_Count; ++i)
-    {
-        const uint64_t value = Value(m_Arguments[i], portable);
-        words[count++] = static_cast<uint32_t>(value);
-        if (m_Arguments[i].kind == Kind::Wide || m_Arguments[i].kind == Kind::Double)
-            words[count++] = static_cast<uint32_t>(value >> 32);
-    }
-    return Call(buffer, words, std::make_index_sequence<2 * kMaxArguments>());
-}
-#else
-#error "FormatCase lays out variadic arguments for i386 and x86_64 only"
-#endif

@@ -1,11 +1,9 @@
 #pragma once
-// One formatter call decoded from fuzz bytes: size, format and typed arguments. The fuzz target
-// runs it under ASan; FormatReplay runs the same bytes in the i386 and the x86_64 build so that
-// their outputs can be compared.
+// One formatter call decoded from fuzz bytes: size, format and typed arguments, for the fuzz
+// target (ASan) and for FormatReplay, which compares the i386 and the x86_64 build.
 #include "CString.h"
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <utility>
 
@@ -17,7 +15,6 @@ public:
     FormatCase(const uint8_t* data, size_t size);
 
     int Size() const { return m_Size; }
-    const std::string& Format() const { return m_Format; }
     // %n stores these; a caller compares them as output.
     const int (&Counters() const)[kMaxConversions] { return m_Counters; }
 
@@ -26,42 +23,37 @@ public:
     int Run(char* buffer, bool portable);
 
 private:
-    enum class Kind : uint8_t
-    {
-        Int,      // int, unsigned, '*', %c
-        Long,     // long: 32 bits on i386, 64 on x86_64
-        LongSign, // long printed signed
-        Wide,     // long long
-        Pointer,  // %p: the value itself
-        Text,     // %s, %a, %n: points into this object, or null
-        Bytes,
-        Counter,
-        Double,
-    };
     struct Argument
     {
-        Kind kind;
         uint64_t bits;
+        uint64_t portable;
+        bool wide; // long long or double: two words on i386
+        bool real; // double
     };
     static constexpr size_t kMaxArguments = 40;
     static constexpr size_t kMaxDoubles = 8;
 
-    class Input;
-    bool Conversion(Input& in, int index);
-    void Add(Kind kind, uint64_t bits) { m_Arguments[m_Count++] = {kind, bits}; }
-    uint64_t Value(const Argument& argument, bool portable) const;
+    uint8_t Byte() { return m_pData == m_pEnd ? 0 : *m_pData++; } // 0 after the end
+    uint64_t Word();
+    template <size_t N> const char* Pick(const char* const (&choices)[N]) { return choices[Byte() % N]; }
+    void Conversion(int index);
+    void Add(uint64_t bits, uint64_t portable, bool wide = false, bool real = false)
+    {
+        m_Doubles += real;
+        m_Arguments[m_Count++] = {bits, portable, wide, real};
+    }
+    void Add(uint64_t bits) { Add(bits, bits); }
+    void Add(const void* pointer, bool null) { Add(null ? 0 : reinterpret_cast<uintptr_t>(pointer)); }
 
-    template <size_t... I, size_t... D>
-    int Call(char* buffer, const uint64_t* integers, const double* doubles, std::index_sequence<I...>,
+    template <size_t... W, size_t... D>
+    int Call(char* buffer, const uintptr_t* words, const double* doubles, std::index_sequence<W...>,
              std::index_sequence<D...>)
     {
-        return Orx::Corvane::CString::Format(buffer, m_Size, m_Format.c_str(), integers[I]..., doubles[D]...);
-    }
-    template <size_t... W> int Call(char* buffer, const uint32_t* words, std::index_sequence<W...>)
-    {
-        return Orx::Corvane::CString::Format(buffer, m_Size, m_Format.c_str(), words[W]...);
+        return Orx::Corvane::CString::Format(buffer, m_Size, m_Format.c_str(), words[W]..., doubles[D]...);
     }
 
+    const uint8_t* m_pData;
+    const uint8_t* m_pEnd;
     int m_Size = 0;
     std::string m_Format;
     Argument m_Arguments[kMaxArguments] = {};

@@ -1,170 +1,99 @@
 // The release binary against the board's timing and its transient faults, in reproducible
-// virtual time: runs repeat byte for byte, every command is polled while pending, page writes
-// meet the EEPROM's write cycle, and each retry path of the wake-up and the EEPROM driver runs.
-#include "SimHarness.h"
-
-#include <gtest/gtest.h>
+// virtual time.
+#include "SimCheck.h"
 
 namespace
 {
 
-using Args = std::vector<std::string>;
-
 struct ToolRun
 {
-    SimRunResult result;
+    SSimResult result;
     std::string trace;
     std::string syslog;
-    std::vector<std::string> traceLines;
-
-    size_t count(std::initializer_list<const char*> fragments) const
-    {
-        size_t n = 0;
-        for (const std::string& line : traceLines)
-        {
-            bool all = true;
-            for (const char* f : fragments)
-                all = all && line.find(f) != std::string::npos;
-            n += all ? 1 : 0;
-        }
-        return n;
-    }
 };
 
 ToolRun runTool(const Args& simArgs, const char* program = SARVIK_TOOL_PATH, const Args& programArgs = {})
 {
-    SimHarness h;
-    Args args = {"--date", "2030-01-01T00:00:00", "--trace", h.path("trace"), "--syslog", h.path("syslog")};
-    args.insert(args.end(), simArgs.begin(), simArgs.end());
-    args.push_back("--");
-    args.push_back(program);
+    CSimRun h;
+    Args args = simArgs;
+    args.insert(args.end(), {"--date", "2030-01-01", "--trace", h.Path("trace"), "--syslog", h.Path("syslog"),
+                             "--", program});
     args.insert(args.end(), programArgs.begin(), programArgs.end());
-    ToolRun run;
-    run.result = h.sim(args);
-    run.trace = SimHarness::readFile(h.path("trace"));
-    run.syslog = SimHarness::readFile(h.path("syslog"));
-    run.traceLines = SimHarness::lines(run.trace);
-    return run;
+    const SSimResult result = Sim(h, args);
+    return {result, CSimRun::ReadText(h.Path("trace")), CSimRun::ReadText(h.Path("syslog"))};
 }
 
-struct Scenario
+// Runs repeat byte for byte; on a healthy board every answered command was polled while pending.
+TEST(BoardTiming, RunsRepeatAndEveryCommandIsPolledWhilePending)
 {
-    const char* name;
-    Args simArgs;
-};
-
-class ReproducibleRunTest : public testing::TestWithParam<Scenario>
-{
-};
-
-TEST_P(ReproducibleRunTest, TwoRunsGiveTheSameTraceAndSyslog)
-{
-    const ToolRun first = runTool(GetParam().simArgs);
-    const ToolRun second = runTool(GetParam().simArgs);
-    ASSERT_EQ(first.result.status, 0) << first.result.err;
-    ASSERT_NE(first.count({"\"ev\":\"cmd\""}), 0u);
-    ASSERT_FALSE(first.syslog.empty());
-    EXPECT_EQ(first.trace, second.trace);
-    EXPECT_EQ(first.syslog, second.syslog);
-}
-
-INSTANTIATE_TEST_SUITE_P(Scenarios, ReproducibleRunTest,
-                         testing::Values(Scenario{"healthy", {}},
-                                         Scenario{"repair", {"--fault", "bitflip=0"}},
-                                         Scenario{"late_ram", {"--fault", "ram-late=150"}},
-                                         Scenario{"q7k", {"--board", "Q7K"}}),
-                         [](const testing::TestParamInfo<Scenario>& info) { return info.param.name; });
-
-class HealthyPollTest : public testing::TestWithParam<Scenario>
-{
-};
-
-TEST_P(HealthyPollTest, EveryAnsweredCommandWasPolledWhilePending)
-{
-    const ToolRun run = runTool(GetParam().simArgs);
-    ASSERT_EQ(run.result.status, 0) << run.result.err;
-    const size_t answered = run.count({"\"ev\":\"cmd\"", "\"status\":\"0x"});
-    ASSERT_GT(answered, 0u);
-    EXPECT_EQ(run.count({"\"ev\":\"polled\""}), answered);
-    EXPECT_EQ(run.count({"\"ev\":\"polled\"", "\"pending\":0,"}), 0u);
-}
-
-INSTANTIATE_TEST_SUITE_P(Models, HealthyPollTest,
-                         testing::Values(Scenario{"Q5K", {}}, Scenario{"ZEBX", {"--board", "ZEBX"}},
-                                         Scenario{"Q5KP", {"--board", "Q5KP"}},
-                                         Scenario{"Q7K", {"--board", "Q7K"}}),
-                         [](const testing::TestParamInfo<Scenario>& info) { return info.param.name; });
-
-struct BusyCase
-{
-    const char* name;
-    Args simArgs;
-    size_t busyAnswersPerWrite; // at least, after every page write but the last
-};
-
-class RepairBusyTest : public testing::TestWithParam<BusyCase>
-{
-};
-
-TEST_P(RepairBusyTest, EveryPageWriteIsFollowedByBusyAnswers)
-{
-    const ToolRun run = runTool(GetParam().simArgs);
-    ASSERT_EQ(run.result.status, 0) << run.result.err;
-    std::vector<size_t> busyAfter;
-    for (const std::string& line : run.traceLines)
+    const std::pair<Args, bool> cases[] = {
+        {{}, true},
+        {{"--board", "ZEBX"}, true},
+        {{"--board", "Q5KP"}, true},
+        {{"--board", "Q7K"}, true},
+        {{"--fault", "bitflip=0"}, false},
+        {{"--fault", "ram-late=150"}, false},
+    };
+    for (const auto& [simArgs, healthy] : cases)
     {
-        if (line.find("\"ev\":\"i2c\"") == std::string::npos)
-            continue;
-        const bool busy = line.find("\"status\":\"0x02\"") != std::string::npos;
-        if (line.find("\"wr\":66") != std::string::npos && !busy)
-            busyAfter.push_back(0);
-        else if (!busyAfter.empty() && busy)
-            ++busyAfter.back();
+        SCOPED_TRACE(simArgs.empty() ? "Q5K" : simArgs[1]);
+        const ToolRun first = runTool(simArgs);
+        const ToolRun second = runTool(simArgs);
+        ASSERT_EQ(first.result.Status, 0) << first.result.Err;
+        ASSERT_FALSE(first.syslog.empty());
+        EXPECT_EQ(first.trace, second.trace);
+        EXPECT_EQ(first.syslog, second.syslog);
+        const size_t answered = Count(first.trace, "\"ev\":\"cmd\""),
+                     polled = Count(first.trace, "\"ev\":\"polled\"");
+        ASSERT_GT(answered, 0u);
+        EXPECT_TRUE(!healthy || polled == answered) << polled << " of " << answered << " commands polled";
+        EXPECT_EQ(Count(first.trace, "\"pending\":0,"), 0u);
     }
-    ASSERT_GE(busyAfter.size(), 2u) << "a repair writes several pages";
-    busyAfter.pop_back(); // nothing follows the last one
-    for (size_t i = 0; i < busyAfter.size(); ++i)
-        EXPECT_GE(busyAfter[i], GetParam().busyAnswersPerWrite) << "page write " << i;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Eeproms, RepairBusyTest,
-    testing::Values(BusyCase{"write_cycle", {"--fault", "bitflip=0"}, 1},
-                    BusyCase{"longer_write_cycle", {"--fault", "bitflip=0", "--fault", "write-busy=4"}, 4}),
-    [](const testing::TestParamInfo<BusyCase>& info) { return info.param.name; });
-
-struct WakeCase
+// A repair writes several pages; the EEPROM answers busy (0x02) at least N times after each but
+// the last, while its write cycle runs.
+TEST(BoardTiming, EveryPageWriteIsFollowedByBusyAnswers)
 {
-    const char* name;
-    Args simArgs;
-    size_t resetPulses;  // each wake-up attempt starts with one
-    const char* failure; // the wake-up code logged, or nullptr when the unit is read
-};
-
-class WakeUpRetryTest : public testing::TestWithParam<WakeCase>
-{
-};
-
-TEST_P(WakeUpRetryTest, LateBoardIsWokenOnALaterAttempt)
-{
-    const ToolRun run = runTool(GetParam().simArgs);
-    ASSERT_EQ(run.result.status, 0) << run.result.err;
-    const char* failure = GetParam().failure;
-    EXPECT_EQ(run.result.out.find("Serial number") != std::string::npos, failure == nullptr)
-        << run.result.out;
-    if (failure != nullptr)
-        EXPECT_NE(run.syslog.find(std::string("BoardWakeUp() returned ") + failure), std::string::npos);
-    EXPECT_EQ(run.count({"\"ev\":\"reset\"", "\"line\":1"}), 2 * GetParam().resetPulses);
+    const std::pair<Args, size_t> cases[] = {
+        {{"--fault", "bitflip=0"}, 1},
+        {{"--fault", "bitflip=0", "--fault", "write-busy=4"}, 4},
+    };
+    for (const auto& [simArgs, busyAnswers] : cases)
+    {
+        const ToolRun run = runTool(simArgs);
+        ASSERT_EQ(run.result.Status, 0) << run.result.Err;
+        std::vector<size_t> busyAfter;
+        for (const std::string& line : Words(run.trace))
+        {
+            const bool busy = line.find("\"ev\":\"i2c\"") != std::string::npos &&
+                              line.find("\"status\":\"0x02\"") != std::string::npos;
+            if (line.find("\"wr\":66") != std::string::npos && !busy)
+                busyAfter.push_back(0);
+            else if (!busyAfter.empty() && busy)
+                ++busyAfter.back();
+        }
+        ASSERT_GE(busyAfter.size(), 2u);
+        busyAfter.pop_back();
+        for (size_t i = 0; i < busyAfter.size(); ++i)
+            EXPECT_GE(busyAfter[i], busyAnswers) << "page write " << i;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Faults, WakeUpRetryTest,
-    testing::Values(WakeCase{"on_time", {}, 1, nullptr},
-                    WakeCase{"ram_within_one_attempt", {"--fault", "ram-late=100"}, 1, nullptr},
-                    WakeCase{"ram_after_one_attempt", {"--fault", "ram-late=150"}, 2, nullptr},
-                    WakeCase{"ram_never_in_three", {"--fault", "ram-late=400"}, 3, "0x1"},
-                    WakeCase{"bootstrap_after_one_attempt", {"--fault", "bootstrap-late=205"}, 2, nullptr}),
-    [](const testing::TestParamInfo<WakeCase>& info) { return info.param.name; });
+// Each wake-up attempt starts with a reset pulse (line 1 twice in the trace); a board that is
+// late is woken on a later attempt, or the unit is not read.
+TEST(BoardTiming, LateBoardIsWokenOnALaterAttempt)
+{
+    CSimRun h;
+    const RunCase cases[] = {
+        {"-- TOOL", 0, "Serial", "", "2*ev:reset,line:1"},
+        {"--fault ram-late=100 -- TOOL", 0, "Serial", "", "2*ev:reset,line:1"},
+        {"--fault ram-late=150 -- TOOL", 0, "Serial", "", "4*ev:reset,line:1"},
+        {"--fault ram-late=400 -- TOOL", 0, "!Serial", "", "6*ev:reset,line:1|BoardWakeUp() returned 0x1"},
+        {"--fault bootstrap-late=205 -- TOOL", 0, "Serial", "", "4*ev:reset,line:1"},
+    };
+    ExpectRuns(h, cases);
+}
 
 struct ChecksumCase
 {
@@ -180,9 +109,10 @@ class ChecksumModeTest : public testing::TestWithParam<ChecksumCase>
 
 TEST_P(ChecksumModeTest, CorruptedReplyIsCaughtOnlyWithTheChecksumOn)
 {
-    const ToolRun run = runTool(GetParam().simArgs, KEYDRIVER_PROBE_PATH, {GetParam().mode});
-    ASSERT_EQ(run.result.status, 0) << run.result.err;
-    EXPECT_EQ(SimHarness::value(run.result.out, "status"), GetParam().status);
+    const ToolRun run =
+        runTool(GetParam().simArgs, PROBE_PATH, {"toolbox", "wakeup", "3", "eeread", GetParam().mode});
+    ASSERT_EQ(run.result.Status, 0) << run.result.Err;
+    EXPECT_EQ(run.result.Value("1.result"), GetParam().status);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,143 +1,89 @@
-// The launcher as a command: what it passes through from the command it runs, and how it
-// refuses a command line it cannot use.
-#include "SimHarness.h"
+// sarvik-sim as a command: what its command sees of the server (nodes, modules, system log, clocks,
+// /mnt/APPS), what it passes through, and how it refuses a command line (2) or files (125) it
+// cannot use: one line on standard error, no command run.
+#include "SimCheck.h"
 
 #include <fstream>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
 
-struct ExitCase
-{
-    std::vector<std::string> probeArgs;
-    int status;
-};
+const char* const kAppsLog = "-- /bin/sh -c ls+-A+/mnt/APPS/data/log;echo+x>/mnt/APPS/data/log/f;ls+/dev/log";
+const char* const kRootLog =
+    "--root @/apps -- /bin/sh -c echo+x>>/mnt/APPS/data/log/f;wc+-c</mnt/APPS/data/log/f";
 
-class LauncherExitStatus : public testing::TestWithParam<ExitCase>
+TEST(Launcher, RunsTheCommandInTheSimulatedServerOrRefusesBadInput)
 {
-};
-
-TEST_P(LauncherExitStatus, IsTheCommandsOwnOr128PlusItsSignal)
-{
-    SimHarness h;
-    const SimRunResult r = h.probe({}, GetParam().probeArgs);
-    EXPECT_EQ(r.status, GetParam().status) << r.err;
-}
-
-INSTANTIATE_TEST_SUITE_P(Statuses, LauncherExitStatus,
-                         testing::Values(ExitCase{{"exit", "0"}, 0}, ExitCase{{"exit", "3"}, 3},
-                                         ExitCase{{"exit", "255"}, 255}, ExitCase{{"kill", "15"}, 128 + 15},
-                                         ExitCase{{"kill", "6"}, 128 + 6}));
-
-TEST(Launcher, PassesStandardOutputAndErrorThroughUntouched)
-{
-    SimHarness h;
-    const SimRunResult r = h.probe({}, {"exit", "0"});
-    EXPECT_EQ(r.out, "out\n");
-    EXPECT_EQ(r.err, "err\n");
-}
-
-TEST(Launcher, CommandThatCannotBeStartedExitsWith127NamingTheCall)
-{
-    SimHarness h;
-    const SimRunResult r = h.sim({"--", "/nonexistent/program"});
-    EXPECT_EQ(r.status, 127);
-    EXPECT_NE(r.err.find("execvp(/nonexistent/program)"), std::string::npos) << r.err;
-}
-
-struct BadInput
-{
-    std::vector<std::string> args; // "@/" stands for the scratch folder
-    int status;
-    const char* message;
-};
-
-// A command line it cannot use (2) or files it cannot use (125): one clear line on standard
-// error, no command run, and the files named left as they were.
-TEST(Launcher, RefusesBadInputWithAClearMessage)
-{
-    const BadInput cases[] = {
-        {{}, 2, "sarvik-sim: no command to run"},
-        {{"--speed", "0"}, 2, "sarvik-sim: --speed 0: not a number from 0.001 to 1000000"},
-        {{"--speed", "0.0001"}, 2, "sarvik-sim: --speed 0.0001: not a number from 0.001 to 1000000"},
-        {{"--speed", "fast"}, 2, "sarvik-sim: --speed fast: not a number"},
-        {{"--host-board", "2"}, 2, "sarvik-sim: unknown option or bad value: --host-board 2"},
-        {{"--modules-loaded", "maybe"}, 2, "sarvik-sim: unknown option or bad value"},
-        {{"--no-such-option", "x"}, 2, "sarvik-sim: unknown option or bad value"},
-        {{"--date", "not a date at all"}, 2, "sarvik-sim: --date not a date at all: date(1) cannot read"},
-        {{"--date", "1969-12-31T23:59:59Z"}, 2, "sarvik-sim: --date 1969-12-31T23:59:59Z: out of range"},
-        {{"--date", "2262-01-01T00:00:00Z"}, 2, "sarvik-sim: --date 2262-01-01T00:00:00Z: out of range"},
-        {{"--eeprom", "@/folder"}, 125, "sarvik-sim: --eeprom @/folder: a folder, not an EEPROM image"},
-        {{"--eeprom", "@/fifo"}, 125, "sarvik-sim: --eeprom @/fifo: not a regular file"},
-        {{"--eeprom", "@/short.bin/x"}, 125, "sarvik-sim: --eeprom @/short.bin/x: Not a directory"},
-        {{"--eeprom", "@/short.bin"},
-         125,
+    CSimRun h;
+    ASSERT_EQ(mkdir(h.Path("folder").c_str(), 0755), 0);
+    ASSERT_EQ(mkfifo(h.Path("fifo").c_str(), 0644), 0);
+    std::ofstream(h.Path("short.bin")) << "short\n";
+    const RunCase cases[] = {
+        {"-- PROBE exit 255", 255, "out", "err\n"},
+        {"-- PROBE kill 15", 128 + 15, ""},
+        {"-- /nonexistent/program", 127, "", "sarvik-sim: execvp(/nonexistent/program)"},
+        {"--pty yes -- tty -s", 0, ""},
+        {"-- tty -s", 1, ""},
+        {"-- PROBE nodes", 0, "comram0=present timecode0=present zq8_0=present"},
+        {"--host-board 0 -- PROBE nodes", 0, "comram0=present timecode0=present zq8_0=absent"},
+        {"--modules-loaded no -- PROBE nodes", 0, "comram0=absent timecode0=absent zq8_0=present"},
+        {"--fault no-drivers -- PROBE nodes", 0, "comram0=absent timecode0=absent zq8_0=absent"},
+        {"--modules-loaded no -- PROBE modprobe modprobe+-s+drv_comram", 0,
+         "status=0 comram0=present timecode0=absent", "", "ev:modprobe,module:drv_comram,status:0"},
+        {"-- PROBE modprobe rmmod+drv_timecode", 0, "status=0 timecode0=absent"},
+        {"--modules-loaded no -- PROBE modprobe rmmod+drv_timecode", 0, "status=1"},
+        {"--fault no-drivers -- PROBE modprobe modprobe+-s+drv_comram", 0, "status=1 comram0=absent"},
+        // The system logger writes each message as a JSON line with its pid, its quotes escaped.
+        {"-- PROBE syslog Probe hello+\"world\"", 0, "", "",
+         "1*ev:syslog,ident:Probe,facility:1,priority:3,pid:|!pid:-1|message:hello \\world\\}"},
+        {"-- PROBE sleep 10000", 0, "virtual_ms=10000 tsc_ms=10000"},
+        {"--date 2040-01-01T12:00:00 -- PROBE date", 0, "time64=1 year=2040"},
+        {"--date 2031-06-15+08:30 -- PROBE date", 0, "time64=1 year=2031"},
+        {kRootLog, 0, "2"},
+        {kRootLog, 0, "4"},
+        {kAppsLog, 0, "/dev/log !f"},
+        {"", 2, "", "sarvik-sim: no command to run"},
+        {"--speed 0", 2, "!ran", "sarvik-sim: --speed 0: not a number from 0.001 to 1000000"},
+        {"--speed 0.0001", 2, "!ran", "sarvik-sim: --speed 0.0001: not a number from 0.001 to 1000000"},
+        {"--speed fast", 2, "!ran", "sarvik-sim: --speed fast: not a number"},
+        {"--host-board 2", 2, "!ran", "sarvik-sim: unknown option or bad value: --host-board 2"},
+        {"--modules-loaded maybe", 2, "!ran", "sarvik-sim: unknown option or bad value"},
+        {"--no-such-option x", 2, "!ran", "sarvik-sim: unknown option or bad value"},
+        {"--date not+a+date", 2, "!ran", "sarvik-sim: --date not a date: date(1) cannot read"},
+        {"--date 1969-12-31T23:59:59Z", 2, "!ran", "sarvik-sim: --date 1969-12-31T23:59:59Z: out of range"},
+        {"--date 2262-01-01T00:00:00Z", 2, "!ran", "sarvik-sim: --date 2262-01-01T00:00:00Z: out of range"},
+        {"--eeprom @/folder", 125, "!ran", "sarvik-sim: --eeprom @/folder: a folder, not an EEPROM image"},
+        {"--eeprom @/fifo", 125, "!ran", "sarvik-sim: --eeprom @/fifo: not a regular file"},
+        {"--eeprom @/short.bin/x", 125, "!ran", "sarvik-sim: --eeprom @/short.bin/x: Not a directory"},
+        {"--eeprom @/short.bin", 125, "!ran",
          "sarvik-sim: @/short.bin: an EEPROM image holds 32768 bytes, this file 6"},
-        {{"--trace", "@/folder"}, 125, "sarvik-sim: open(@/folder): Is a directory"},
-        {{"--syslog", "@/missing/syslog"},
-         125,
+        {"--trace @/folder", 125, "!ran", "sarvik-sim: open(@/folder): Is a directory"},
+        {"--syslog @/missing/syslog", 125, "!ran",
          "sarvik-sim: open(@/missing/syslog): No such file or directory"},
     };
-    SimHarness h;
-    const std::string scratch = h.path("");
-    ASSERT_EQ(mkdir(h.path("folder").c_str(), 0755), 0);
-    ASSERT_EQ(mkfifo(h.path("fifo").c_str(), 0644), 0);
-    std::ofstream(h.path("short.bin")) << "short\n";
-    for (const BadInput& c : cases)
-    {
-        std::vector<std::string> args;
-        for (std::string arg : c.args)
-            args.push_back(arg.rfind("@/", 0) == 0 ? scratch + arg.substr(2) : arg);
-        if (!args.empty())
-            args.insert(args.end(), {"--", "/bin/sh", "-c", "echo ran"});
-        std::string message = c.message;
-        for (size_t at; (at = message.find("@/")) != std::string::npos;)
-            message.replace(at, 2, scratch);
-        const SimRunResult r = h.sim(args);
-        EXPECT_EQ(r.status, c.status) << message;
-        EXPECT_EQ(r.err.rfind(message, 0), 0u) << r.err;
-        EXPECT_EQ(r.out, "") << message;
-    }
-    EXPECT_EQ(SimHarness::readFile(h.path("short.bin")), "short\n");
+    ExpectRuns(h, cases);
+    EXPECT_EQ(CSimRun::ReadText(h.Path("short.bin")), "short\n");
+    EXPECT_NE(access("/mnt/APPS/data/log/f", F_OK), 0) << "the host's own /mnt/APPS is never written";
 }
 
 // Stopped by a signal, the launcher stops the command and removes its run folder, where the
 // root-owned set-user-ID copies of the interposer lie.
 TEST(Launcher, StoppedBySigintOrSigtermItEndsTheCommandAndLeavesNothingBehind)
 {
-    SimHarness h;
+    CSimRun h;
     for (const auto& [name, status] : {std::pair{"INT", 128 + 2}, std::pair{"TERM", 128 + 15}})
     {
         const std::string script =
-            "echo $SARVIK_SIM_RUN > " + h.path("run") + "; kill -" + name + " $PPID; sleep 2; echo alive";
-        const SimRunResult r = h.sim({"--", "/bin/sh", "-c", script});
-        EXPECT_EQ(r.status, status) << name << r.err;
-        EXPECT_EQ(r.out, "") << name;
-        const std::string run = SimHarness::lines(SimHarness::readFile(h.path("run"))).at(0);
+            "echo $SARVIK_SIM_RUN > " + h.Path("run") + "; kill -" + name + " $PPID; sleep 2; echo alive";
+        const SSimResult r = Sim(h, {"--", "/bin/sh", "-c", script});
+        EXPECT_EQ(r.Status, status) << name << r.Err;
+        EXPECT_EQ(r.Out, "") << name;
+        const std::string run = Words(CSimRun::ReadText(h.Path("run"))).at(0);
         EXPECT_EQ(run.rfind("/tmp/sarvik-sim.", 0), 0u) << run;
         EXPECT_NE(access(run.c_str(), F_OK), 0) << run;
     }
-}
-
-TEST(Launcher, PtyGivesTheCommandATerminalAsStandardInput)
-{
-    SimHarness h;
-    const std::string check = "if test -t 0; then echo terminal; else echo none; fi";
-    EXPECT_EQ(h.sim({"--pty", "yes", "--", "/bin/sh", "-c", check}).out, "terminal\n");
-    EXPECT_EQ(h.sim({"--", "/bin/sh", "-c", check}).out, "none\n");
-}
-
-TEST(Launcher, HelpListsTheOptionsAndTheHostFaults)
-{
-    SimHarness h;
-    const SimRunResult r = h.sim({"--help"});
-    EXPECT_EQ(r.status, 0);
-    for (const char* word : {"--board", "--eeprom", "--root", "--syslog", "--trace", "--fault", "--speed",
-                             "--date", "--seed", "no-drivers"})
-        EXPECT_NE(r.out.find(word), std::string::npos) << word;
 }
 
 } // namespace
