@@ -1,6 +1,5 @@
-// The server is a process-wide singleton with a worker: ctest runs every case in its own process
-// (and its own /mnt sandbox), so a case that writes the configuration files before the first
-// GetInstance sees them read at construction.
+// The server is a process-wide singleton: ctest runs each case in its own process and /mnt sandbox,
+// so configuration files written before the first GetInstance are read at construction.
 #include "CSysLogServer.h"
 #include "CSysLogDestination.h"
 #include "CSysLogMessage.h"
@@ -11,74 +10,58 @@
 #include <deque>
 #include <gtest/gtest.h>
 #include <mutex>
-#include <numeric>
-#include <string>
-#include <vector>
-
-const auto ReadFile = SysLogTest::ReadFile;
-const auto WaitFor = SysLogTest::WaitFor;
+#include <tuple>
 
 namespace
 {
 const std::string EEPROM_LOG = "/mnt/APPS/data/log/cvn_eeprom.log";
 
+// Records what it is given, described.
 class CRecordingDestination : public CSysLogDestination
 {
 public:
-    int WriteMessage(CSysLogMessage* message) override
+    int WriteMessage(CSysLogMessage* m) override
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        mMessages.push_back(*message);
-        return message->mTextLength_U8;
+        mLines.push_back(Describe(*m));
+        return m->mTextLength_U8;
     }
     bool IsReadyForReceiving() const override { return mReady.load(); }
     void Flush() override {}
-    std::vector<CSysLogMessage> Messages()
+    std::vector<std::string> Lines()
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        return mMessages;
+        return mLines;
     }
-    size_t Count() { return Messages().size(); }
-    std::vector<unsigned> Sequences()
-    {
-        std::vector<unsigned> sequences;
-        for (const CSysLogMessage& message : Messages())
-        {
-            sequences.push_back(+message.mSequence_U32);
-        }
-        return sequences;
-    }
+    size_t Count() { return Lines().size(); }
     std::atomic<bool> mReady{true};
 
 private:
     std::mutex mMutex;
-    std::vector<CSysLogMessage> mMessages;
+    std::vector<std::string> mLines;
 };
 
-// Linked destinations live as long as the process: the server may still write at exit.
-CRecordingDestination& NewDestination()
+// Linked to `channel` of `source` (every channel for 350); lives as long as the process.
+CRecordingDestination& Destination(int source, unsigned channel)
 {
-    return *new CRecordingDestination;
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CRecordingDestination& destination = *new CRecordingDestination;
+    EXPECT_TRUE(server.AddDestination(&destination) &&
+                (channel < SYSLOG_NB_CHANNEL ? server.Link(source, channel, &destination)
+                                             : server.Link(source, &destination)));
+    return destination;
 }
 
-class CLoadSource : public CSysLogSource
-{
-public:
-    explicit CLoadSource(unsigned load) : mLoad(load) {}
-    unsigned int GiveLoad() override { return mLoad; }
-    unsigned mLoad;
-};
-
-// A source that the test fills; the worker serves it only while it is loaded and not empty.
+// A source with a fixed load, or one filled by the test and served only while loaded and not empty.
 class CQueueSource : public CSysLogSource
 {
 public:
+    explicit CQueueSource(unsigned fixedLoad = 0) : mFixedLoad(fixedLoad) {}
     void Push(unsigned channel, unsigned sequence, std::string text = "queued")
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        CSysLogMessage message;
-        message.MakeMessage(channel, 1, 0, 0, 0, 0, sequence, &text[0]);
-        mQueue.push_back(message);
+        mQueue.emplace_back();
+        mQueue.back().MakeMessage(channel, 1, 0, 0, 0, 0, sequence, &text[0]);
     }
     void ReadMessage(CSysLogMessage* message) override
     {
@@ -93,163 +76,103 @@ public:
     unsigned int GiveLoad() override
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        return mLoaded && !mQueue.empty() ? 50 : 0;
-    }
-    size_t Size()
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mQueue.size();
+        return mFixedLoad != 0 ? mFixedLoad : mLoaded && !mQueue.empty() ? 50 : 0;
     }
     std::atomic<bool> mLoaded{false};
 
 private:
+    const unsigned mFixedLoad;
     std::mutex mMutex;
     std::deque<CSysLogMessage> mQueue;
 };
-// Puts `source` in slot 1 with `channel` (every channel for 350) linked to a new destination.
-CRecordingDestination& Attach(CQueueSource& source, unsigned channel)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    CRecordingDestination& destination = NewDestination();
-    bool attached =
-        server.AddSource(&source) && server.AddDestination(&destination) &&
-        (channel < SYSLOG_NB_CHANNEL ? server.Link(1, channel, &destination) : server.Link(1, &destination));
-    EXPECT_TRUE(attached);
-    return destination;
-}
 } // namespace
 
 TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFiles)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
-    for (unsigned channel : {64u, 65u, 185u, 224u, 277u})
+    for (unsigned channel : {0u, 5u, 63u, 64u, 65u, 185u, 224u, 277u, 278u, 349u, 350u, 5000u})
     {
-        EXPECT_EQ(SYSLOG_CRITICAL, server.GetThreshold(channel)) << channel;
-        EXPECT_EQ(5242880u, server.GetMaxFileSize(channel)) << channel;
+        bool host = channel >= 64 && channel <= 277;
+        EXPECT_EQ(host ? SYSLOG_CRITICAL : 0, server.GetThreshold(channel)) << channel;
+        EXPECT_EQ(host ? 5242880u : 0u, server.GetMaxFileSize(channel)) << channel;
     }
-    for (unsigned channel : {0u, 5u, 63u, 278u, 349u, 350u, 5000u})
-    {
-        EXPECT_EQ(0, server.GetThreshold(channel)) << channel;
-    }
-    EXPECT_TRUE(server.CanIDisplayLogMessage(224, 1));
-    EXPECT_FALSE(server.CanIDisplayLogMessage(224, 2));
-    EXPECT_FALSE(server.CanIDisplayLogMessage(224, 0));
-    EXPECT_FALSE(server.CanIDisplayLogMessage(350, 1));
+    std::string shown;
+    for (std::pair<unsigned, int> asked : {std::make_pair(224u, 1), {224u, 2}, {224u, 0}, {350u, 1}})
+        shown +=
+            server.CanIDisplayLogMessage(asked.first, static_cast<unsigned char>(asked.second)) ? "y" : "n";
     server.DisableLogs();
-    EXPECT_FALSE(server.CanIDisplayLogMessage(224, 1));
+    shown += server.CanIDisplayLogMessage(224, 1) ? "y" : "n";
     server.EnableLogs();
-    EXPECT_STREQ("  No Log", CSysLogServer::GetCriticityName(0));
-    EXPECT_STREQ("   Debug", CSysLogServer::GetCriticityName(3));
-    EXPECT_STREQ("", CSysLogServer::GetCriticityName(4));
+    for (unsigned char criticity = 0; criticity < 5; criticity++)
+        shown += std::string("|") + CSysLogServer::GetCriticityName(criticity);
+    EXPECT_EQ("ynnnn|  No Log|Critical|  Normal|   Debug|", shown);
 
     // The worker writes without any flush; the files of other channels stay closed.
     server.GetHostSource().LogMessage(224, 2, 0, 1, 1, "normal, dropped");
     server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "critical, kept");
-    EXPECT_TRUE(WaitFor(
-        [] { return ReadFile(EEPROM_LOG).find("|C|     1| 1|critical, kept\r\n") != std::string::npos; }));
-    EXPECT_EQ(std::string::npos, ReadFile(EEPROM_LOG).find("dropped"));
-    EXPECT_TRUE(server.IsFileOpened(224));
-    EXPECT_FALSE(server.IsFileOpened(225));
-    EXPECT_TRUE(SysLogTest::Exists("/mnt/APPS/data/log/cvn_eeprom.err")) << "opened with the log file";
+    EXPECT_TRUE(WaitFor([] { return Contains(ReadFile(EEPROM_LOG), "|C|     1| 1|critical, kept\r\n"); }));
+    EXPECT_FALSE(Contains(ReadFile(EEPROM_LOG), "dropped"));
+    EXPECT_TRUE(server.IsFileOpened(224) && !server.IsFileOpened(225));
+    EXPECT_EQ(1u, server.OpenLogFile()) << "the log menu's count of open files";
+    EXPECT_TRUE(Exists(LOG_DIR + "cvn_eeprom.err")) << "opened with the log file";
 }
 
-TEST(CSysLogServer, ConfigurationFilesAreReadAtConstruction)
+// Threshold records apply only to host channels and known levels; file sizes only within limits.
+TEST(CSysLogServer, ConfigurationFilesAreReadAtConstructionAndThresholdsSavedBack)
 {
-    SysLogTest::WriteFile(CSysLogServer::THRESHOLD_FILE, "224-3\r\n225*2\r\n");
-    SysLogTest::WriteFile(CSysLogServer::FILE_SIZE_FILE, "{\"Channel\": 224, \"FileSize\": 10485760}\n");
+    WriteFile(CSysLogServer::THRESHOLD_FILE,
+              "224-3\r\n101*0\r\n063-3\r\n278-3\r\n102-9\r\nabc-3\r\n277-2\r\n064-");
+    // Channel, the size as written in the file, the size the server takes.
+    const std::tuple<int, const char*, unsigned> sizes[] = {
+        {100, "1048576", 5242880},       {224, "10485760", 10485760}, {102, "1073741824", 5242880},
+        {103, "1073741823", 1073741823}, {60, "10485760", 0},         {10, "6000000", 6000000},
+        {104, "\"big\"", 5242880}};
+    std::string json = "not json at all\n[1, 2]\n";
+    for (const auto& size : sizes)
+        json += "{\"Channel\": " + std::to_string(std::get<0>(size)) +
+                ", \"FileSize\": " + std::get<1>(size) + "}\n";
+    WriteFile(CSysLogServer::FILE_SIZE_FILE, json);
     CSysLogServer& server = CSysLogServer::GetInstance();
-    EXPECT_EQ(SYSLOG_DEBUG, server.GetThreshold(224));
-    EXPECT_EQ(SYSLOG_NORMAL, server.GetThreshold(225));
-    EXPECT_EQ(225u, server.GetSelectedChannel());
-    EXPECT_EQ(10485760u, server.GetMaxFileSize(224));
+    const std::pair<unsigned, int> thresholds[] = {{224, 3}, {101, 0}, {63, 0}, {278, 0},
+                                                   {102, 1}, {277, 2}, {64, 1}};
+    for (const auto& e : thresholds)
+        EXPECT_EQ(e.second, server.GetThreshold(e.first)) << e.first;
+    EXPECT_EQ(101u, server.GetSelectedChannel());
+    for (const auto& size : sizes)
+        EXPECT_EQ(std::get<2>(size), server.GetMaxFileSize(std::get<0>(size))) << std::get<0>(size);
     server.GetHostSource().LogMessage(224, 3, 0, 1, 1, "debug is on");
     server.FlushPendingMessages();
-    EXPECT_NE(std::string::npos, ReadFile(EEPROM_LOG).find("|D|     1| 1|debug is on"));
-}
+    EXPECT_TRUE(Contains(ReadFile(EEPROM_LOG), "|D|     1| 1|debug is on"));
 
-TEST(CSysLogServer, ThresholdRecordsApplyOnlyToHostChannelsAndKnownLevels)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    std::string path = "/mnt/APPS/data/orx/thresholds.test";
-    SysLogTest::WriteFile(path, "100-3\r\n101*0\r\n063-3\r\n278-3\r\n102-9\r\nabc-3\r\n277-2\r\n064-");
-    server.SetThresholdFrom(path.c_str());
-    struct
-    {
-        unsigned channel;
-        unsigned char threshold;
-    } const expected[] = {{100, 3}, {101, 0}, {63, 0}, {278, 0}, {102, 1}, {277, 2}, {64, 1}};
-    for (const auto& e : expected)
-    {
-        EXPECT_EQ(e.threshold, server.GetThreshold(e.channel)) << e.channel;
-    }
-    EXPECT_EQ(101u, server.GetSelectedChannel());
-    server.SetThresholdFrom("/mnt/APPS/data/orx/missing.cfg");
-    EXPECT_EQ(3, server.GetThreshold(100));
-}
-
-TEST(CSysLogServer, SavedThresholdsListMicroCodeThenHostChannelsAndReadBack)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
+    // Saved: micro-code channels, then host channels, the selected one marked.
     server.SetThreshold(3, 2);
-    server.SetThreshold(224, 3);
-    server.SetThreshold(277, 1);
     server.SaveThresholdConfig();
     std::string saved = ReadFile(CSysLogServer::THRESHOLD_FILE);
     ASSERT_EQ(270u * 7u, saved.size());
-    EXPECT_EQ("003-2\r\n", saved.substr(3 * 7, 7));
-    EXPECT_EQ("064-1\r\n", saved.substr(56 * 7, 7));
-    EXPECT_EQ("224-3\r\n", saved.substr((56 + 160) * 7, 7));
-    EXPECT_EQ("277-1\r\n", saved.substr(269 * 7, 7));
-    server.SetThreshold(224, 1);
+    for (std::pair<unsigned, const char*> record :
+         {std::make_pair(3u, "003-2\r\n"), {56u, "064-1\r\n"}, {56u + 37u, "101*0\r\n"}, {269u, "277-2\r\n"}})
+        EXPECT_EQ(record.second, saved.substr(record.first * 7, 7));
+    server.SetThreshold(277, 1);
+    server.SetThresholdFrom("/mnt/APPS/data/orx/missing.cfg");
+    EXPECT_EQ(1, server.GetThreshold(277));
     server.SetThresholdFrom(CSysLogServer::THRESHOLD_FILE);
-    EXPECT_EQ(3, server.GetThreshold(224));
-}
-
-TEST(CSysLogServer, FileSizeLinesOutsideTheLimitsAreIgnored)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    std::string path = "/mnt/APPS/data/orx/sizes.test";
-    SysLogTest::WriteFile(path, "{\"Channel\": 100, \"FileSize\": 1048576}\n"
-                                "{\"Channel\": 101, \"FileSize\": 10485760}\n"
-                                "not json at all\n"
-                                "{\"Channel\": 102, \"FileSize\": 1073741824}\n"
-                                "{\"Channel\": 103, \"FileSize\": 1073741823}\n"
-                                "{\"Channel\": 60, \"FileSize\": 10485760}\n"
-                                "{\"Channel\": 10, \"FileSize\": 6000000}\n"
-                                "[1, 2]\n"
-                                "{\"Channel\": 104, \"FileSize\": \"big\"}\n"
-                                "{\"Channel\": 105, \"FileSize\": 5242880}\n");
-    server.SetLogFilesSizeFrom(path.c_str());
-    struct
-    {
-        unsigned channel;
-        unsigned size;
-    } const expected[] = {{100, 5242880}, {101, 10485760}, {102, 5242880}, {103, 1073741823},
-                          {60, 0},        {10, 6000000},   {104, 5242880}, {105, 5242880}};
-    for (const auto& e : expected)
-    {
-        EXPECT_EQ(e.size, server.GetMaxFileSize(e.channel)) << e.channel;
-    }
+    EXPECT_EQ(2, server.GetThreshold(277));
 }
 
 TEST(CSysLogServer, SourceAndDestinationSlotsAndLinks)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     EXPECT_EQ(0, server.GetSourceId(&server.GetHostSource()));
-    CLoadSource first(0), second(0);
+    CQueueSource first(0), second(0);
     EXPECT_TRUE(server.AddSource(&first));
     EXPECT_FALSE(server.AddSource(&second)) << "two slots only";
     EXPECT_EQ(1, server.GetSourceId(&first));
     EXPECT_EQ(-1, server.GetSourceId(&second));
-
-    CRecordingDestination& destination = NewDestination();
+    CRecordingDestination& destination = Destination(0, 0);
     CRecordingDestination unknown;
-    EXPECT_TRUE(server.AddDestination(&destination));
     EXPECT_EQ(214, server.GetDestId(&destination)) << "after the 214 host channel files";
-    EXPECT_FALSE(server.Link(0, 300, &unknown));
-    EXPECT_FALSE(server.Link(2, 300, &destination));
-    EXPECT_FALSE(server.Link(0, 350, &destination));
-    EXPECT_FALSE(server.Link(-1, &destination));
+    EXPECT_FALSE(server.Link(0, 300, &unknown) || server.Link(2, 300, &destination) ||
+                 server.Link(0, 350, &destination) || server.Link(-1, &destination));
     EXPECT_TRUE(server.Link(1, &destination));
     server.RemoveSource(&first);
     EXPECT_EQ(-1, server.GetSourceId(&first));
@@ -257,66 +180,55 @@ TEST(CSysLogServer, SourceAndDestinationSlotsAndLinks)
 
 TEST(CSysLogServer, FullerSourceIsServedFirstAndTheOtherAfterItsWaitCount)
 {
-    CLoadSource low(30), high(60);
+    CQueueSource low(30), high(60);
     SSysLogSourceSlot slots[2] = {};
     slots[0].mpSource = &low;
     slots[1].mpSource = &high;
     uint32_t loads[2] = {};
     std::string order;
     for (int i = 0; i < 20; i++)
-    {
         order += std::to_string(CSysLogServer::SelectSourceToProcess(slots, loads));
-    }
     // Slot 0 waits until its count passes (100 - 30) / 10 + 1 = 8; slot 1 passes 5 only when it loses.
     EXPECT_EQ("11111111101111111110", order);
     EXPECT_EQ(30u, loads[0]);
     EXPECT_EQ(60u, loads[1]);
-
-    struct Case
+    // Loads of slots 0 (none: no source) and 1, the slot chosen.
+    const std::tuple<int, unsigned, unsigned> cases[] = {
+        {0, 0, 0}, {50, 50, 0}, {0, 10, 1}, {10, 0, 0}, {-1, 40, 1}};
+    for (const auto& c : cases)
     {
-        unsigned load0;
-        unsigned load1;
-        bool slot0;
-        unsigned chosen;
-    } const cases[] = {
-        {0, 0, true, 0}, {50, 50, true, 0}, {0, 10, true, 1}, {10, 0, true, 0}, {0, 40, false, 1}};
-    for (const Case& c : cases)
-    {
-        CLoadSource a(c.load0), b(c.load1);
+        CQueueSource a(std::max(std::get<0>(c), 0)), b(std::get<1>(c));
         SSysLogSourceSlot fresh[2] = {};
-        fresh[0].mpSource = c.slot0 ? &a : nullptr;
+        fresh[0].mpSource = std::get<0>(c) >= 0 ? &a : nullptr;
         fresh[1].mpSource = &b;
-        EXPECT_EQ(c.chosen, CSysLogServer::SelectSourceToProcess(fresh, nullptr))
-            << c.load0 << "/" << c.load1;
+        EXPECT_EQ(std::get<2>(c), CSysLogServer::SelectSourceToProcess(fresh, nullptr)) << std::get<1>(c);
     }
 }
 
 TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothing)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
-    CRecordingDestination& destination = NewDestination();
+    CRecordingDestination& destination = Destination(0, 300);
     destination.mReady = false;
-    ASSERT_TRUE(server.AddDestination(&destination));
-    ASSERT_TRUE(server.Link(0, 300, &destination));
     server.SetThreshold(300, SYSLOG_DEBUG);
     for (int i = 0; i < 50; i++)
-    {
         server.GetHostSource().LogMessage(300, 3, 0, 0, 0, "burst %d", i);
-    }
     // While the destination is busy its message waits in the slot and the rest stay in the ring.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     EXPECT_EQ(0u, destination.Count());
     destination.mReady = true;
     ASSERT_TRUE(WaitFor([&] { return destination.Count() == 50; }));
-    std::vector<unsigned> expected(50);
-    std::iota(expected.begin(), expected.end(), 0u);
-    EXPECT_EQ(expected, destination.Sequences());
+    std::vector<std::string> expected;
+    for (int i = 0; i < 50; i++)
+        expected.push_back("300 3 0 0 0 " + std::to_string(i) + ": burst " + std::to_string(i));
+    EXPECT_EQ(expected, destination.Lines());
     SSysLogStatistics statistics = server.GetMaxStatisticArray();
     EXPECT_EQ(20u, statistics.mMaxWrittenInPass_U32);
     EXPECT_GE(statistics.mMaxFullPasses_U32, 1u);
 }
 
-TEST(CSysLogServer, NewHeaderReachesOpenFilesAtOnce)
+// At shutdown every open file gets a last line, written by the worker's next pass.
+TEST(CSysLogServer, NewHeaderReachesOpenFilesAtOnceAndShutdownLeavesAFinalLine)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "before");
@@ -326,24 +238,13 @@ TEST(CSysLogServer, NewHeaderReachesOpenFilesAtOnce)
         "------------------------------------- ORX QUINTARVE --- Machine 42     --- Corvane version "
         "01.02.03.00004 --- HW Edition 1.10";
     EXPECT_STREQ(expected.c_str(), server.GetLogFileHeader());
-    EXPECT_NE(std::string::npos, ReadFile(EEPROM_LOG).find(expected + " --- "));
-    EXPECT_EQ(1, SysLogTest::CountOf(ReadFile(EEPROM_LOG), expected));
+    EXPECT_TRUE(Contains(ReadFile(EEPROM_LOG), expected + " --- "));
     server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
-    EXPECT_EQ(1, SysLogTest::CountOf(ReadFile(EEPROM_LOG), expected))
-        << "an unchanged header is not rewritten";
-}
-
-TEST(CSysLogServer, ShutdownLeavesAFinalLineForTheWorkerInEveryOpenFile)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "working");
-    server.FlushPendingMessages();
+    EXPECT_EQ(1, CountOf(ReadFile(EEPROM_LOG), expected)) << "an unchanged header is not rewritten";
     server.Shutdown();
-    EXPECT_TRUE(WaitFor(
-        [] {
-            return ReadFile(EEPROM_LOG).find("|C|     0| 0|Exiting System Logging\r\n") != std::string::npos;
-        }));
-    EXPECT_FALSE(SysLogTest::Exists(SysLogTest::LogDir() + SysLog_GetChannelName(64) + ".log"))
+    EXPECT_TRUE(
+        WaitFor([] { return Contains(ReadFile(EEPROM_LOG), "|C|     0| 0|Exiting System Logging\r\n"); }));
+    EXPECT_FALSE(Exists(LOG_DIR + SysLog_GetChannelName(64) + ".log"))
         << "files that never logged stay closed";
 }
 
@@ -351,110 +252,97 @@ TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCount
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     CQueueSource source;
-    CRecordingDestination& destination = Attach(source, SYSLOG_NB_CHANNEL);
+    ASSERT_TRUE(server.AddSource(&source));
+    CRecordingDestination& destination = Destination(1, SYSLOG_NB_CHANNEL); // every channel
     for (unsigned sequence = 0; sequence < 10; sequence++)
-    {
         source.Push(300, sequence);
-    }
     ASSERT_FALSE(server.IsFileOpened(227));
 
     // Each row: host channels whose files are open before the flush, then the messages written.
-    struct Step
-    {
-        std::vector<unsigned> openChannels;
-        size_t writtenSoFar;
-    } const steps[] = {
+    const std::pair<std::vector<unsigned>, size_t> steps[] = {
         {{}, 1},              // no file open: the entry at counter 228 (channel 227) alone reads one
         {{224}, 3},           // one open file, plus the entry at counter 228
         {{224, 225}, 6},      // two open files, plus the entry at counter 228
         {{224, 225, 227}, 9}, // channel 227 open as well: its entry still reads only once
     };
-    for (const Step& step : steps)
+    for (const auto& step : steps)
     {
-        for (unsigned channel : step.openChannels)
+        for (unsigned channel : step.first)
         {
             server.GetHostSource().LogMessage(channel, 1, 0, 0, 0, "opens the file");
             ASSERT_TRUE(WaitFor([&] { return server.IsFileOpened(channel); })) << channel;
         }
         server.Flush(1, 0);
-        EXPECT_EQ(step.writtenSoFar, destination.Count()) << step.openChannels.size() << " open";
+        EXPECT_EQ(step.second, destination.Count()) << step.first.size() << " open";
     }
     server.RemoveSource(&source);
 }
 
-TEST(CSysLogServer, FlushDropsWhatItsDestinationIsNotReadyFor)
+// The worker reports a message on a channel of 350 or more on channel 5 instead.
+TEST(CSysLogServer, FlushDropsWhatItsDestinationIsNotReadyForAndTheWorkerReportsBadChannels)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     CQueueSource source;
-    CRecordingDestination& destination = Attach(source, 300);
+    ASSERT_TRUE(server.AddSource(&source));
+    CRecordingDestination& destination = Destination(1, 300);
+    CRecordingDestination& general = Destination(0, 5);
+    server.SetThreshold(5, SYSLOG_CRITICAL);
     for (unsigned sequence = 0; sequence < 3; sequence++)
-    {
         source.Push(300, sequence);
-    }
-    server.Flush(2, 10);
-    EXPECT_EQ(3u, source.Size()) << "there is no third source slot";
+    server.Flush(2, 10); // there is no third source slot
     destination.mReady = false;
     server.Flush(1, 10);
-    EXPECT_EQ(0u, source.Size());
     // Ready again, the worker serves the slot: only the new message arrives, nothing was held back.
     destination.mReady = true;
     source.Push(300, 3);
+    source.Push(350, 4);
+    source.Push(4000, 5, "");
     source.mLoaded = true;
-    ASSERT_TRUE(WaitFor([&] { return source.Size() == 0 && destination.Count() > 0; }));
+    ASSERT_TRUE(WaitFor([&] { return general.Count() == 2; }));
     server.FlushPendingMessages();
-    EXPECT_EQ(std::vector<unsigned>{3}, destination.Sequences());
+    EXPECT_EQ(std::vector<std::string>{"300 1 0 0 0 3: queued"}, destination.Lines());
+    EXPECT_EQ((std::vector<std::string>{"5 1 0 0 0 0: SYSLOG DEBUG - Channel == 350",
+                                        "5 1 0 0 0 1: SYSLOG DEBUG - Channel == 4000"}),
+              general.Lines());
     server.RemoveSource(&source);
 }
 
-TEST(CSysLogServer, MessageOnAChannelOf350OrMoreIsReportedOnChannel5)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    CQueueSource source;
-    CRecordingDestination& destination = NewDestination();
-    server.SetThreshold(5, SYSLOG_CRITICAL);
-    ASSERT_TRUE(server.AddDestination(&destination));
-    ASSERT_TRUE(server.Link(0, 5, &destination));
-    ASSERT_TRUE(server.AddSource(&source));
-    source.Push(350, 0);
-    source.Push(4000, 0, "");
-    source.mLoaded = true;
-    ASSERT_TRUE(WaitFor([&] { return destination.Count() == 2; }));
-    std::vector<CSysLogMessage> messages = destination.Messages();
-    EXPECT_STREQ("SYSLOG DEBUG - Channel == 350", messages[0].GetText());
-    EXPECT_STREQ("SYSLOG DEBUG - Channel == 4000", messages[1].GetText());
-    for (const CSysLogMessage& message : messages)
-    {
-        EXPECT_EQ(5u, +message.mChannel_U32);
-        EXPECT_EQ("1 0 0 0",
-                  std::to_string(message.mCriticity_U8) + " " + std::to_string(message.mErrorCode_U16) + " " +
-                      std::to_string(message.mSubId_S16) + " " + std::to_string(message.mContext_U8));
-    }
-    server.RemoveSource(&source);
-}
-
+// A fresh process: the server is built, fed faster than its worker writes, then left by exit.
 TEST(CSysLogServer, MessagesStillInTheRingAreWrittenAtProcessExit)
 {
-    // A fresh process: the server is built, fed faster than its worker writes, then left by exit.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             // Registered before the server exists, so it runs after the server's destructor.
-            std::atexit(
-                []
-                {
-                    std::string log = ReadFile(EEPROM_LOG);
-                    _exit(SysLogTest::CountOf(log, "|message ") == 999 &&
-                                  log.find("|the last\r\n") != std::string::npos
-                              ? 0
-                              : 3);
-                });
-            CSysLogServer& server = CSysLogServer::GetInstance();
-            for (int i = 0; i < 999; i++)
-            {
-                server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "message %d", i);
-            }
-            server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "the last");
+            std::atexit([] { _exit(CountOf(ReadFile(EEPROM_LOG), "|message ") == 1000 ? 0 : 3); });
+            for (int i = 0; i < 1000; i++)
+                CSysLogServer::GetInstance().GetHostSource().LogMessage(224, 1, 0, 1, 1, "message %d", i);
             std::exit(0);
         },
         ::testing::ExitedWithCode(0), "");
+}
+
+TEST(CSysLogServer, LogMenuKeyHelpHasBuiltInLinesThenReplacedAndAddedKeys)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    // Key, text set (none: only looked up), text found, number of lines after it.
+    const std::tuple<const char*, const char*, const char*, unsigned> steps[] = {
+        {"A/a", nullptr, "Enable/disable logs", 10},
+        {"Shift-F3", nullptr, "Reset to default threshold configuration", 10},
+        {"Ctrl-Alt-Q", nullptr, "Delete all log files", 10},
+        {"F6", nullptr, nullptr, 10},
+        {"F4", "Keep thresholds", "Keep thresholds", 10},
+        {"F6", "Extract files", "Extract files", 11},
+        {"Ctrl-Alt-Shift-Del", "Restart", "Restart", 12}, // longer than its field: kept shortened
+        {"Ctrl-Alt-Shift-Del", "Reboot", "Reboot", 12}};
+    for (const auto& step : steps)
+    {
+        if (std::get<1>(step) != nullptr)
+            server.SetInfoKeys(std::get<0>(step), std::get<1>(step));
+        EXPECT_STREQ(std::get<2>(step), server.GetInfoKeyText(std::get<0>(step))) << std::get<0>(step);
+        EXPECT_EQ(std::get<3>(step), server.GetNbInfoKeys()) << std::get<0>(step);
+    }
+    server.InitInfoKeys();
+    EXPECT_EQ(10u, server.GetNbInfoKeys());
+    EXPECT_STREQ("Save threshold configuration", server.GetInfoKeyText("F4"));
 }

@@ -8,45 +8,23 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
-namespace
-{
-bool Fail(const char* call)
-{
-    fprintf(stderr, "syslog tests: %s failed: %s; refusing to run outside a private /mnt\n", call,
-            strerror(errno));
-    return false;
-}
-
-bool EnterSandbox()
-{
-    if (unshare(CLONE_NEWNS) != 0)
-    {
-        return Fail("unshare(CLONE_NEWNS)");
-    }
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-    {
-        return Fail("mount(/, MS_REC | MS_PRIVATE)");
-    }
-    if (mount("sarvik-syslog-tests", "/mnt", "tmpfs", 0, "size=256m,mode=0755") != 0)
-    {
-        return Fail("mount(tmpfs, /mnt)");
-    }
-    for (const char* pDir_c : {"/mnt/APPS", "/mnt/APPS/data", "/mnt/APPS/data/log", "/mnt/APPS/data/orx"})
-    {
-        if (mkdir(pDir_c, 0777) != 0)
-        {
-            return Fail("mkdir(/mnt/APPS/data/...)");
-        }
-    }
-    return true;
-}
-} // namespace
-
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
-    if (!EnterSandbox())
+    const char* failed = unshare(CLONE_NEWNS) != 0                                    ? "unshare(CLONE_NEWNS)"
+                         : mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) ? "mount(/, MS_PRIVATE)"
+                         : mount("sarvik-syslog-tests", "/mnt", "tmpfs", 0, "size=256m,mode=0755") != 0
+                             ? "mount(tmpfs, /mnt)"
+                             : nullptr;
+    for (const char* dir : {"/mnt/APPS", "/mnt/APPS/data", "/mnt/APPS/data/log", "/mnt/APPS/data/orx"})
     {
+        if (failed == nullptr && mkdir(dir, 0777) != 0)
+            failed = "mkdir(/mnt/APPS/data/...)";
+    }
+    if (failed != nullptr)
+    {
+        fprintf(stderr, "syslog tests: %s failed: %s; refusing to run outside a private /mnt\n", failed,
+                strerror(errno));
         return 2;
     }
     return RUN_ALL_TESTS();
