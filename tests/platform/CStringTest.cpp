@@ -1,7 +1,5 @@
-// The formatter against glibc's snprintf: generated integer, character and text conversions and a
-// table of floating-point formats × values print as glibc prints them (but for the three-digit
-// exponent), except where a deliberate difference applies; those, and the platform's own
-// conversions, are checked for their exact texts.
+// The formatter prints as glibc's snprintf (but for its three-digit exponents) except where it
+// differs by design; those differences and its own conversions are checked for their texts.
 #include "CString.h"
 
 #include <gtest/gtest.h>
@@ -84,8 +82,11 @@ bool Deliberate(const Conversion& c, long long n, const char* text)
            (c.starPrecision && c.precision < 0) || (c.type == 's' && text == nullptr);
 }
 
-template <typename T> std::string Differs(int size, const Conversion& c, const std::string& f, T arg)
+template <typename T>
+std::string Differs(int size, const Conversion& c, const std::string& f, long long n, const char* text, T arg)
 {
+    if (Deliberate(c, n, text))
+        return "";
     auto both = [&](auto... args)
     { return std::make_pair(Formatted(size, f.c_str(), args...), Glibc(size, f.c_str(), args...)); };
     const auto [ours, glibc] = c.starWidth && c.starPrecision ? both(c.width, c.precision, arg)
@@ -120,22 +121,24 @@ TEST(CStringFormat, IntegersTextAndCharactersMatchGlibcButForTheDeliberateDiffer
                     for (const char* length : {"", "h", "l", "ll", "L"})
                         for (int size : {200, 3})
                         {
+                            if (std::strchr("sc", type) && *length)
+                                continue;
                             Conversion c{"", length, width, precision, starWidth, starPrecision, type};
                             for (unsigned bit = 0; bit < 5; ++bit)
                                 c.flags += (mask & (1u << bit)) ? std::string(1, "-+ #0"[bit]) : "";
                             const std::string f = c.Text();
-                            if (type == 's' && c.length.empty())
+                            if (type == 's')
                                 for (const char* text : texts)
-                                    check(Deliberate(c, 0, text) ? "" : Differs(size, c, f, text));
-                            else if (type == 'c' && c.length.empty())
+                                    check(Differs(size, c, f, 0, text, text));
+                            else if (type == 'c')
                                 for (int character : {65, 126, 32, 0x141})
-                                    check(Deliberate(c, character, "") ? "" : Differs(size, c, f, character));
-                            else if (!std::strchr("sc", type))
+                                    check(Differs(size, c, f, character, "", character));
+                            else
                                 for (long long n : numbers)
-                                    check(Deliberate(c, n, "")                  ? ""
-                                          : c.length == "ll" || c.length == "L" ? Differs(size, c, f, n)
-                                          : c.length == "l" ? Differs(size, c, f, static_cast<long>(n))
-                                                            : Differs(size, c, f, static_cast<int>(n)));
+                                    check(c.length == "ll" || c.length == "L" ? Differs(size, c, f, n, "", n)
+                                          : c.length == "l"
+                                              ? Differs(size, c, f, n, "", static_cast<long>(n))
+                                              : Differs(size, c, f, n, "", static_cast<int>(n)));
                         }
     EXPECT_EQ(failures, 0);
 }
@@ -257,20 +260,10 @@ TEST(CStringFormat, WidthOnPercentNAndUnknownShrinksTheRoom)
     EXPECT_EQ(stored, 4);
 }
 
-void ExpectVFormat(const char* expected, const char* format, ...)
+// Format hands its arguments on to VFormat, which takes no format as an empty one.
+TEST(CStringFormat, NoFormatPrintsNothingAndNonPositiveSizesWriteNothing)
 {
-    char buffer[32];
-    va_list args;
-    va_start(args, format);
-    EXPECT_EQ(CString::VFormat(buffer, 31, format, args), static_cast<int>(std::strlen(expected)));
-    va_end(args);
-    EXPECT_STREQ(buffer, expected);
-}
-
-TEST(CStringFormat, VFormatTakesAnArgumentListAndNonPositiveSizesWriteNothing)
-{
-    ExpectVFormat("7 x 2.50 abc", "%d %c %.2f %s", 7, 'x', 2.5, "abc");
-    ExpectVFormat("", nullptr);
+    EXPECT_EQ(Formatted(31, static_cast<const char*>(nullptr)), "");
     for (int size : {0, -1, INT_MIN})
     {
         char buffer[8] = "#######";
