@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <functional>
+#include <map>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
@@ -30,33 +32,22 @@ std::string Play(uid_t real, uid_t effective, uid_t saved, bool dropAtOnce, cons
         {
             umask(077);
             if (setresuid(real, effective, saved) != 0)
-            {
                 return std::string("setresuid: ") + strerror(errno);
-            }
             Permissions permissions(dropAtOnce, 3);
             const mode_t mask = umask(0);
             std::istringstream words(script);
             std::string done = mask == 03 ? "" : "mask " + std::to_string(mask) + " ";
+            const std::map<std::string, std::function<std::string()>> calls = {
+                {"ids", Ids},
+                {"has", [&] { return std::to_string(permissions.HasPrivileges()); }},
+                {"drop", [&] { return std::to_string(permissions.DropPriveleges()); }},
+                {"restore", [&] { return std::to_string(permissions.RestorePriveleges()); }},
+                {"root", [&] { return std::to_string(permissions.ChangeRealUser(0)); }},
+                {"back", [&] { return std::to_string(permissions.RestoreRealUser()); }},
+                {"backKeep", [&] { return std::to_string(permissions.RestoreRealUser(true)); }}};
             for (std::string word; words >> word;)
-            {
-                const std::string call = word.substr(0, word.find('='));
-                std::string answer;
-                if (call == "ids")
-                    answer = Ids();
-                else if (call == "has")
-                    answer = std::to_string(permissions.HasPrivileges());
-                else if (call == "drop")
-                    answer = std::to_string(permissions.DropPriveleges());
-                else if (call == "restore")
-                    answer = std::to_string(permissions.RestorePriveleges());
-                else if (call == "root")
-                    answer = std::to_string(permissions.ChangeRealUser(0));
-                else if (call == "back")
-                    answer = std::to_string(permissions.RestoreRealUser());
-                else if (call == "backKeep")
-                    answer = std::to_string(permissions.RestoreRealUser(true));
-                done += call + "=" + answer + " ";
-            }
+                done +=
+                    word.substr(0, word.find('=')) + "=" + calls.at(word.substr(0, word.find('=')))() + " ";
             return done;
         });
 }
