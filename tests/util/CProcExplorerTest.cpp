@@ -60,7 +60,7 @@ std::string SchedulingOf(pid_t pid)
 }
 } // namespace
 
-TEST(CProcExplorer, ReadsTheFieldsOfAStatLineAndRefusesWhatIsMissing)
+TEST(CProcExplorer, ReadsStatLinesAndFindsProcessesByName)
 {
     CProcExplorer explorer;
     _STRUCT_STAT_INFO info{};
@@ -76,16 +76,12 @@ TEST(CProcExplorer, ReadsTheFieldsOfAStatLineAndRefusesWhatIsMissing)
     EXPECT_EQ(info.ExitSignal_S32, SIGCHLD);
     EXPECT_EQ(explorer.GetStatInfoFromPid(0, &info), -1);
     EXPECT_EQ(explorer.GetPidFromName(nullptr), -1);
-}
-
-TEST(CProcExplorer, NamesMatchWithTheirParenthesesAndTheLowestPidWins)
-{
+    // Names match with their parentheses and the lowest pid wins.
     const std::string name = Unique("svkx");
     const std::string blank = "svk " + std::to_string(getpid() % 100000);
     NamedChild first(name), second(name), withBlank(blank);
     ASSERT_TRUE(first.pid > 0 && second.pid > 0 && withBlank.pid > 0);
     const int lowest = std::min(first.pid, second.pid);
-    CProcExplorer explorer;
     EXPECT_EQ(explorer.GetPidFromName(("(" + name + ")").c_str()), lowest);
     EXPECT_EQ(explorer.GetPidFromName(name.c_str()), -1) << "without parentheses";
     EXPECT_EQ(explorer.GetPidFromPartialName(name.substr(1).c_str()), lowest);
@@ -101,7 +97,6 @@ TEST(CProcExplorer, WalkIsBoundedByPidMaxAndFallsBackWhenItIsUnreadable)
     const int reachable = child.pid < 32768 ? child.pid : -1;
     const std::pair<std::string, std::string> rows[] = {
         {"not a number\n", "32768 " + std::to_string(reachable)},
-        {"", "32768 " + std::to_string(reachable)},
         {"0\n", "0 -1"},
         {std::to_string(child.pid) + "\n", std::to_string(child.pid) + " -1"}}; // stops just below the child
     for (const auto& [content, expected] : rows)
@@ -131,7 +126,9 @@ TEST(CProcExplorer, WalkIsBoundedByPidMaxAndFallsBackWhenItIsUnreadable)
     }
 }
 
-TEST(CProcExplorer, PriorityCallsCheckTheirArgumentsAndSetFifo)
+// The caller is set-user-ID root, started by user 1000 and with its rights dropped while not
+// needed: each call raises them for itself and drops them again.
+TEST(CProcExplorer, PriorityCallsCheckTheirArgumentsAndSetFifoWithRightsRaisedForTheCall)
 {
     // "child" stands for the child's name, or its pid by pid; errno -1: any.
     const struct
@@ -160,32 +157,22 @@ TEST(CProcExplorer, PriorityCallsCheckTheirArgumentsAndSetFifo)
         if (target.find("child") != std::string::npos)
             target.replace(target.find("child"), 5, row.call == 'p' ? std::to_string(child.pid) : name);
         const char* text = row.target != nullptr ? target.c_str() : nullptr;
-        errno = 0;
-        const int result = row.call == 'p'
-                               ? CProcExplorer::SetPriorityFromPid(std::stoi(target), row.priority)
-                           : row.call == 'n' ? CProcExplorer::SetPriorityFromName(text, row.priority)
-                                             : CProcExplorer::SetPriorityFromPartialName(text, row.priority);
+        const std::string report = RunInForkedChild(
+            [&]
+            {
+                if (setresuid(1000, 0, 0) != 0 ||
+                    !Orx::KrpcLinuxTools::Permissions::GetInstance()->DropPriveleges())
+                    return std::string("identity set-up failed");
+                errno = 0;
+                const int result =
+                    row.call == 'p'   ? CProcExplorer::SetPriorityFromPid(std::stoi(target), row.priority)
+                    : row.call == 'n' ? CProcExplorer::SetPriorityFromName(text, row.priority)
+                                      : CProcExplorer::SetPriorityFromPartialName(text, row.priority);
+                return std::to_string(result) + " errno " + std::to_string(row.error == -1 ? -1 : errno) +
+                       " as " + std::to_string(geteuid());
+            });
         SCOPED_TRACE(std::string(1, row.call) + " " + target + " " + std::to_string(row.priority));
-        EXPECT_EQ(result, row.result);
-        EXPECT_EQ(row.error == -1 ? -1 : errno, row.error);
+        EXPECT_EQ(report, std::to_string(row.result) + " errno " + std::to_string(row.error) + " as 1000");
         EXPECT_EQ(SchedulingOf(child.pid), row.scheduling);
     }
-}
-
-TEST(CProcExplorer, UnprivilegedCallerIsRaisedForTheCallAndDroppedAfter)
-{
-    NamedChild target(Unique("svku"));
-    ASSERT_GT(target.pid, 0);
-    // Set-user-ID root started by user 1000, rights dropped while not needed.
-    EXPECT_EQ(RunInForkedChild(
-                  [&]
-                  {
-                      if (setresuid(1000, 0, 0) != 0 ||
-                          !Orx::KrpcLinuxTools::Permissions::GetInstance()->DropPriveleges())
-                          return std::string("identity set-up failed");
-                      return std::to_string(CProcExplorer::SetPriorityFromPid(target.pid, 40)) + " as " +
-                             std::to_string(geteuid());
-                  }),
-              "0 as 1000");
-    EXPECT_EQ(SchedulingOf(target.pid), "fifo 40");
 }

@@ -13,8 +13,7 @@ namespace
 {
 // The counter is scripted: with PR_TSC_SIGSEGV every rdtsc faults and the handler answers it with
 // the next value given, so calibration and deadlines are checked at exact counter values.
-uint64_t GL_pScript_U64[2];
-unsigned GL_ScriptLength_U32 = 0;
+uint64_t GL_pScript_U64[2]; // the first read, then every later one
 unsigned GL_Reads_U32 = 0;
 
 void AnswerRdtsc(int, siginfo_t*, void* context)
@@ -27,13 +26,8 @@ void AnswerRdtsc(int, siginfo_t*, void* context)
 #endif
     const unsigned char* code = reinterpret_cast<const unsigned char*>(ip);
     if (code[0] != 0x0F || code[1] != 0x31)
-    {
-        signal(SIGSEGV, SIG_DFL); // a real fault: let it happen again and end the child
-        return;
-    }
-    uint64_t value =
-        GL_pScript_U64[GL_Reads_U32 < GL_ScriptLength_U32 ? GL_Reads_U32 : GL_ScriptLength_U32 - 1];
-    GL_Reads_U32++;
+        return static_cast<void>(signal(SIGSEGV, SIG_DFL)); // a real fault: let it end the child
+    const uint64_t value = GL_pScript_U64[GL_Reads_U32++ == 0 ? 0 : 1];
     low = static_cast<greg_t>(value & 0xFFFFFFFFu);
     high = static_cast<greg_t>(value >> 32);
     ip += 2;
@@ -43,7 +37,6 @@ void Serve(uint64_t first, uint64_t second)
 {
     GL_pScript_U64[0] = first;
     GL_pScript_U64[1] = second;
-    GL_ScriptLength_U32 = 2;
     GL_Reads_U32 = 0;
 }
 
