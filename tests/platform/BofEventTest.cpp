@@ -9,16 +9,20 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
-TEST(BofEvent, BadHandlesAreRefusedWithoutCrash)
+// A handle that is null or lacks its check word is refused, by thread and event calls alike.
+TEST(BofHandles, BadHandlesAreRefusedWithoutCrash)
 {
     uint32_t foreign[16] = {0x12345678u};
-    for (BOFEVENT handle : {static_cast<BOFEVENT>(nullptr), static_cast<BOFEVENT>(foreign)})
+    for (void* handle : {static_cast<void*>(nullptr), static_cast<void*>(foreign)})
     {
-        EXPECT_EQ(Bof_SetEvent(handle), -1);
-        EXPECT_EQ(Bof_ResetEvent(handle), -1);
-        EXPECT_EQ(Bof_WaitForEvent(handle, 0), -1);
-        EXPECT_EQ(Bof_CloseEvent(handle), -1);
+        EXPECT_EQ((std::vector<int>{Bof_SetEvent(handle), Bof_ResetEvent(handle), Bof_WaitForEvent(handle, 0),
+                                    Bof_CloseEvent(handle), Bof_ResumeThread(handle),
+                                    Bof_SetThreadName(handle, "name"),
+                                    Bof_SetThreadPriority(handle, BOF_THREAD_PRIORITY_004),
+                                    Bof_WaitForThreadEnd(handle), Bof_CloseThread(handle)}),
+                  std::vector<int>(9, -1));
     }
 }
 

@@ -56,23 +56,6 @@ BOF_THREAD_PRIORITY Level(int value)
 }
 } // namespace
 
-TEST(BofThread, BadHandlesAreRefusedWithoutCrash)
-{
-    struct
-    {
-        uint32_t check;
-        void* object;
-    } foreign{0x12345678u, nullptr};
-    for (BOFTHREAD handle : {static_cast<BOFTHREAD>(nullptr), static_cast<BOFTHREAD>(&foreign)})
-    {
-        EXPECT_EQ(Bof_ResumeThread(handle), -1);
-        EXPECT_EQ(Bof_SetThreadName(handle, "name"), -1);
-        EXPECT_EQ(Bof_SetThreadPriority(handle, BOF_THREAD_PRIORITY_004), -1);
-        EXPECT_EQ(Bof_WaitForThreadEnd(handle), -1);
-        EXPECT_EQ(Bof_CloseThread(handle), -1);
-    }
-}
-
 TEST(BofThread, RunsTheFunctionOnceWithItsContextAndNeverUnlessStarted)
 {
     for (bool suspended : {false, true})
