@@ -179,7 +179,7 @@ template <typename T> void ExpectAll(const std::vector<std::tuple<const char*, T
         EXPECT_EQ(Formatted(200, format, value), expected) << "format \"" << format << '"';
 }
 
-TEST(CStringFormat, DeliberateDifferencesAndPlatformConversions)
+TEST(CStringFormat, DeliberateDifferencesPlatformConversionsAndExtremes)
 {
     // h is no narrowing; zero keeps its digit at precision 0; zero padding is not cancelled by a
     // precision; the hex prefix is always "0x" and the octal one stands in front of the precision;
@@ -191,25 +191,17 @@ TEST(CStringFormat, DeliberateDifferencesAndPlatformConversions)
                     {"%I32x", -1, "ffffffff"}, {"%06c", 'x', "     x"},   {"%zu", 1, "%zu"},
                     {"%-5k|", 1, "%k|"},       {"%hhd", 1, "%hd"},        {"%Id", 1, "%Id"},
                     {"%F", 1, "%F"},           {"100%", 1, "100%"},       {"ab%-5", 1, "ab%"}});
-    ExpectAll<long long>(
-        {{"%I64d", 1234567890123LL, "1234567890123"}, {"%I64x", 0x123456789abLL, "123456789ab"}});
-    ExpectAll<const char*>({{"%05s", "ab", "   ab"},
-                            {"%s", nullptr, "<NULL>"},
-                            {"%.3s", nullptr, "<NU"},
-                            {"%8s|", nullptr, "  <NULL>|"}});
+    EXPECT_EQ(Formatted(200, "%I64d|%I64x", 1234567890123LL, 0x123456789abLL), "1234567890123|123456789ab");
+    EXPECT_EQ(Formatted(200, "%05s|%s|%.3s|%8s|", "ab", nullptr, nullptr, nullptr),
+              "   ab|<NULL>|<NU|  <NULL>|");
     // No sign for negative zero; halves round away from zero; "%#g" of zero keeps six places.
-    ExpectAll<double>({{"%f", -0.0, "0.000000"},
-                       {"% .1e", 2.25, " 2.3e+000"},
-                       {"%.0f", 0.5, "1"},
-                       {"%#g", 0.0, "0.000000"},
-                       {"%10.3g|", 3.14159, "      3.14|"}});
+    EXPECT_EQ(Formatted(200, "%f|% .1e|%.0f|%#g|%10.3g|", -0.0, 2.25, 0.5, 0.0, 3.14159),
+              "0.000000| 2.3e+000|1|0.000000|      3.14|");
     // Pointers are eight hex digits unless a width is given.
     void* p = reinterpret_cast<void*>(uintptr_t{0x1234});
-    ExpectAll<void*>({{"%p", p, "00001234"},
-                      {"%10p|", p, "      1234|"},
-                      {"%-p|", p, "1234    |"},
-                      {"%p", nullptr, "00000000"},
-                      {"%p", reinterpret_cast<void*>(uintptr_t{0xdeadbeef}), "deadbeef"}});
+    EXPECT_EQ(
+        Formatted(200, "%p|%10p|%-p|%p|%p", p, p, p, nullptr, reinterpret_cast<void*>(uintptr_t{0xdeadbeef})),
+        "00001234|      1234|1234    |00000000|deadbeef");
     // Network addresses: %a an IPv4 address, l or I32 a MAC address, A in upper case.
     const unsigned char ip[4] = {192, 168, 0, 1};
     const unsigned char mac[6] = {0, 26, 43, 60, 77, 94};
@@ -221,10 +213,7 @@ TEST(CStringFormat, DeliberateDifferencesAndPlatformConversions)
     EXPECT_EQ(Formatted(200, "[%a][%12lA]", none, none), "[][]");
     // A negative '*' precision is precision 0, not "no precision".
     EXPECT_EQ(Formatted(200, "[%.*s]%.*f", -1, "abc", -3, 2.5), "[]3");
-}
-
-TEST(CStringFormat, ExtremesStayBounded)
-{
+    // Extremes stay bounded.
     EXPECT_EQ(Formatted(400, "%f", 1e300).size(), 308u);
     EXPECT_EQ(Formatted(2000, "%.1000f", 1.0).size(), 1002u);
     EXPECT_EQ(Formatted(2000, "%.900e", 1.0).size(), 907u);
@@ -239,7 +228,7 @@ TEST(CStringFormat, ExtremesStayBounded)
         EXPECT_EQ(Formatted(40, format, INT_MAX, 1.5), "1.5" + std::string(37, '0')) << format;
 }
 
-TEST(CStringFormat, WidthOnPercentNAndUnknownShrinksTheRoom)
+TEST(CStringFormat, WidthOnPercentNAndUnknownShrinksTheRoomAndNonPositiveSizesWriteNothing)
 {
     // A plain character that finds no room left ends the output with the size as result; an
     // output that ends with its format returns what was really stored. A '*' width is taken
@@ -258,12 +247,7 @@ TEST(CStringFormat, WidthOnPercentNAndUnknownShrinksTheRoom)
     // Scanning goes on after a cut conversion: later conversions still see their arguments.
     EXPECT_EQ(Formatted(4, "%s%n", "abcdef", &stored), "abcd");
     EXPECT_EQ(stored, 4);
-}
-
-// Format hands its arguments on to VFormat, which takes no format as an empty one.
-TEST(CStringFormat, NoFormatPrintsNothingAndNonPositiveSizesWriteNothing)
-{
-    EXPECT_EQ(Formatted(31, static_cast<const char*>(nullptr)), "");
+    EXPECT_EQ(Formatted(31, static_cast<const char*>(nullptr)), ""); // no format prints nothing
     for (int size : {0, -1, INT_MIN})
     {
         char buffer[8] = "#######";
