@@ -45,16 +45,8 @@ struct Conversion
     int width, precision; // -1: none
     bool starWidth, starPrecision;
     char type;
+    std::string text;
 
-    std::string Text() const
-    {
-        const std::string p = precision > 0 ? "." + std::to_string(precision) : precision == 0 ? "." : "";
-        return "%" + flags +
-               (starWidth    ? "*"
-                : width >= 0 ? std::to_string(width)
-                             : "") +
-               (starPrecision ? ".*" : p) + length + type;
-    }
     bool Has(char flag) const { return flags.find(flag) != std::string::npos; }
     // The value as the conversion takes it from the argument list.
     unsigned long long Passed(long long value) const
@@ -82,20 +74,20 @@ bool Deliberate(const Conversion& c, long long n, const char* text)
            (c.starPrecision && c.precision < 0) || (c.type == 's' && text == nullptr);
 }
 
-template <typename T>
-std::string Differs(int size, const Conversion& c, const std::string& f, long long n, const char* text, T arg)
+template <typename T> std::string Differs(int size, const Conversion& c, long long n, const char* text, T arg)
 {
+    const char* f = c.text.c_str();
     if (Deliberate(c, n, text))
         return "";
     auto both = [&](auto... args)
-    { return std::make_pair(Formatted(size, f.c_str(), args...), Glibc(size, f.c_str(), args...)); };
+    { return std::make_pair(Formatted(size, f, args...), Glibc(size, f, args...)); };
     const auto [ours, glibc] = c.starWidth && c.starPrecision ? both(c.width, c.precision, arg)
                                : c.starWidth                  ? both(c.width, arg)
                                : c.starPrecision              ? both(c.precision, arg)
                                                               : both(arg);
     return ours == glibc
                ? ""
-               : f + " size " + std::to_string(size) + ": \"" + ours + "\", glibc \"" + glibc + "\"";
+               : c.text + " size " + std::to_string(size) + ": \"" + ours + "\", glibc \"" + glibc + "\"";
 }
 
 // Every flag set × width × precision of each conversion on each value, in room and cut short.
@@ -123,22 +115,25 @@ TEST(CStringFormat, IntegersTextAndCharactersMatchGlibcButForTheDeliberateDiffer
                         {
                             if (std::strchr("sc", type) && *length)
                                 continue;
-                            Conversion c{"", length, width, precision, starWidth, starPrecision, type};
+                            Conversion c{"", length, width, precision, starWidth, starPrecision, type, "%"};
                             for (unsigned bit = 0; bit < 5; ++bit)
                                 c.flags += (mask & (1u << bit)) ? std::string(1, "-+ #0"[bit]) : "";
-                            const std::string f = c.Text();
+                            c.text += c.flags + (starWidth ? "*" : width >= 0 ? std::to_string(width) : "");
+                            c.text += starPrecision    ? ".*"
+                                      : precision >= 0 ? "." + std::to_string(precision)
+                                                       : "";
+                            c.text += length + std::string(1, type);
                             if (type == 's')
                                 for (const char* text : texts)
-                                    check(Differs(size, c, f, 0, text, text));
+                                    check(Differs(size, c, 0, text, text));
                             else if (type == 'c')
                                 for (int character : {65, 126, 32, 0x141})
-                                    check(Differs(size, c, f, character, "", character));
+                                    check(Differs(size, c, character, "", character));
                             else
                                 for (long long n : numbers)
-                                    check(c.length == "ll" || c.length == "L" ? Differs(size, c, f, n, "", n)
-                                          : c.length == "l"
-                                              ? Differs(size, c, f, n, "", static_cast<long>(n))
-                                              : Differs(size, c, f, n, "", static_cast<int>(n)));
+                                    check(c.length == "ll" || c.length == "L" ? Differs(size, c, n, "", n)
+                                          : c.length == "l" ? Differs(size, c, n, "", static_cast<long>(n))
+                                                            : Differs(size, c, n, "", static_cast<int>(n)));
                         }
     EXPECT_EQ(failures, 0);
 }
