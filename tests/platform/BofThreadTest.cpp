@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -104,32 +106,26 @@ TEST(BofThread, PriorityLevelsMapToWhatTheSystemApplies)
 {
     // Level 0 is the highest real-time priority; SCHED_OTHER offers the single priority 0 on Linux.
     const int top = sched_get_priority_max(SCHED_FIFO);
-    const struct
-    {
-        int level;
-        bool known;
-        int policy;
-        int priority;
-    } rows[] = {{0, true, SCHED_FIFO, top}, {1, true, SCHED_OTHER, 0}, {2, true, SCHED_OTHER, 0},
-                {3, true, SCHED_OTHER, 0},  {4, true, SCHED_OTHER, 0}, {5, true, SCHED_OTHER, 0},
-                {6, true, SCHED_OTHER, 0},  {7, true, SCHED_OTHER, 0}, {8, false, 0, 0},
-                {-1, false, 0, 0}};
+    const std::tuple<int, bool, int, int> rows[] = {{0, true, SCHED_FIFO, top}, {1, true, SCHED_OTHER, 0},
+                                                    {2, true, SCHED_OTHER, 0},  {3, true, SCHED_OTHER, 0},
+                                                    {4, true, SCHED_OTHER, 0},  {5, true, SCHED_OTHER, 0},
+                                                    {6, true, SCHED_OTHER, 0},  {7, true, SCHED_OTHER, 0},
+                                                    {8, false, 0, 0},           {-1, false, 0, 0}};
     Probe probe;
     probe.hold = true;
     BOFTHREAD thread = Bof_CreateThread(0, Probe::Run, &probe, false);
     ASSERT_TRUE(probe.WaitRuns());
-    for (const auto& row : rows)
+    for (const auto& [level, known, wantedPolicy, wantedPriority] : rows)
     {
         int policy = -1;
         sched_param param{};
-        EXPECT_EQ(ConvertBofPriorityToOsPriority(Level(row.level), &policy, &param.sched_priority),
-                  row.known);
-        EXPECT_EQ(Bof_SetThreadPriority(thread, Level(row.level)), row.known ? 0 : -1) << row.level;
+        EXPECT_EQ(ConvertBofPriorityToOsPriority(Level(level), &policy, &param.sched_priority), known);
+        EXPECT_EQ(Bof_SetThreadPriority(thread, Level(level)), known ? 0 : -1) << level;
         ASSERT_EQ(pthread_getschedparam(probe.self, &policy, &param), 0);
-        if (row.known)
+        if (known)
             EXPECT_EQ(std::to_string(policy) + " " + std::to_string(param.sched_priority),
-                      std::to_string(row.policy) + " " + std::to_string(row.priority))
-                << row.level;
+                      std::to_string(wantedPolicy) + " " + std::to_string(wantedPriority))
+                << level;
     }
     EXPECT_FALSE(ConvertBofPriorityToOsPriority(BOF_THREAD_PRIORITY_003, nullptr, nullptr));
     probe.hold = false;

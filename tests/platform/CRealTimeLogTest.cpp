@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -174,22 +176,17 @@ TEST(CRealTimeLogPrefix, FormatsLocalDayMonthYearTimeAndMilliseconds)
 {
     setenv("TZ", "UTC", 1);
     tzset();
-    const struct
-    {
-        timespec when;
-        unsigned size;
-        int result;
-        const char* expected;
-    } rows[] = {{{0, 0}, 64, 26, "<01/01/1970 00:00:00.000> "},
-                {{1709550896, 999999999}, 64, 26, "<04/03/2024 11:14:56.999> "},
-                {{2147483648, 1000000}, 64, 26, "<19/01/2038 03:14:08.001> "},
-                {{4102444800, 0}, 64, 26, "<01/01/2100 00:00:00.000> "},
-                {{0, 0}, 10, 9, "<01/01/19"}};
-    for (const auto& row : rows)
+    const std::tuple<timespec, unsigned, int, const char*> rows[] = {
+        {{0, 0}, 64, 26, "<01/01/1970 00:00:00.000> "},
+        {{1709550896, 999999999}, 64, 26, "<04/03/2024 11:14:56.999> "},
+        {{2147483648, 1000000}, 64, 26, "<19/01/2038 03:14:08.001> "},
+        {{4102444800, 0}, 64, 26, "<01/01/2100 00:00:00.000> "},
+        {{0, 0}, 10, 9, "<01/01/19"}};
+    for (const auto& [when, size, result, expected] : rows)
     {
         char buffer[64];
-        EXPECT_EQ(CRealTimeLog::FormatDateAndTime(row.when, buffer, row.size), row.result);
-        EXPECT_STREQ(buffer, row.expected);
+        EXPECT_EQ(CRealTimeLog::FormatDateAndTime(when, buffer, size), result);
+        EXPECT_STREQ(buffer, expected);
     }
 }
 } // namespace

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include <cerrno>
 #include <cstring>
 #include <functional>
@@ -55,13 +57,7 @@ std::string Play(uid_t real, uid_t effective, uid_t saved, bool dropAtOnce, cons
 TEST(Permissions, IdentitySwitchesAsTheDeviceHandlesUseThem)
 {
     ASSERT_EQ(geteuid(), 0u) << "the identity switches are checked from root";
-    struct
-    {
-        const char* how;
-        uid_t real, effective, saved;
-        bool dropAtOnce;
-        const char* script;
-    } const rows[] = {
+    const std::tuple<const char*, uid_t, uid_t, uid_t, bool, const char*> rows[] = {
         {"root", 0, 0, 0, false, "has=1 drop=0 ids=0/0/0 root=1 back=1 ids=0/0/0"},
         {"set-user-ID root", 1000, 0, 0, false,
          "has=1 drop=1 has=0 ids=1000/1000/0 drop=0 restore=1 has=1 ids=1000/0/0 "
@@ -72,11 +68,9 @@ TEST(Permissions, IdentitySwitchesAsTheDeviceHandlesUseThem)
          "has=1 drop=1 has=0 ids=1000/1000/2000 restore=1 has=1 ids=1000/2000/2000"},
         {"ordinary user", 1000, 1000, 1000, false, "has=0 drop=0 root=0 ids=1000/1000/1000"},
     };
-    for (const auto& row : rows)
+    for (const auto& [how, real, effective, saved, dropAtOnce, script] : rows)
     {
-        EXPECT_EQ(Play(row.real, row.effective, row.saved, row.dropAtOnce, row.script),
-                  row.script + std::string(" "))
-            << row.how;
+        EXPECT_EQ(Play(real, effective, saved, dropAtOnce, script), script + std::string(" ")) << how;
     }
     EXPECT_EQ(Permissions::GetInstance(), Permissions::GetInstance());
 }

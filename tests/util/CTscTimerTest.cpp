@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include <csignal>
 #include <cstdint>
 #include <string>
@@ -60,27 +62,20 @@ std::string CheckTimer()
         ", then " + std::to_string(GL_Reads_U32) + " reads, " + std::to_string(CTscTimer::S_GetFrequency());
     Serve(0, 0);
     report += later.isTimedOut() ? "" : ", a timer never reset is not timed out";
-    const struct
-    {
-        uint64_t start;
-        unsigned microseconds;
-        uint64_t now;
-        bool timedOut;
-    } rows[] = {
+    const std::tuple<uint64_t, unsigned, uint64_t, bool> rows[] = {
         {5000, 1000, 5000 + 3333332, false},          // 1000 us are 3,333,333.666 counts: truncated
         {5000, 1000, 5000 + 3333333, true},           // at the deadline itself
         {5000, 0, 5000, true},                        // reset(0): on the very same count
         {7, 4000000000u, 7 + 13333334663999u, false}, // the product needs 64 bits
         {7, 4000000000u, 7 + 13333334664000u, true},
     };
-    for (const auto& row : rows)
+    for (const auto& [start, microseconds, now, timedOut] : rows)
     {
-        Serve(row.start, row.now);
-        later.reset(row.microseconds);
-        if (later.isTimedOut() != row.timedOut)
-            report += ", reset(" + std::to_string(row.microseconds) + ") at " +
-                      std::to_string(row.now - row.start) + " counts: timed out " +
-                      std::to_string(!row.timedOut);
+        Serve(start, now);
+        later.reset(microseconds);
+        if (later.isTimedOut() != timedOut)
+            report += ", reset(" + std::to_string(microseconds) + ") at " + std::to_string(now - start) +
+                      " counts: timed out " + std::to_string(!timedOut);
     }
     return report;
 }
