@@ -1,10 +1,13 @@
-// CString::Format against glibc's snprintf on the patterns the platform formats most, measured in
-// the same run; bench/format.sh prints the time ratio per pattern.
+// CString::Format against glibc's snprintf and stb_sprintf on the patterns the platform formats most,
+// measured in the same run; bench/format.sh prints the time ratios per pattern.
 #include "CString.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+
+#define STB_SPRINTF_IMPLEMENTATION
+#include <stb/stb_sprintf.h>
 
 using Orx::Corvane::CString;
 
@@ -37,6 +40,14 @@ struct Glibc
     template <typename... Args> int operator()(char* buffer, const char* format, Args... args) const
     {
         return std::snprintf(buffer, kSize, format, args...);
+    }
+};
+
+struct Stb
+{
+    template <typename... Args> int operator()(char* buffer, const char* format, Args... args) const
+    {
+        return stbsp_snprintf(buffer, kSize, format, args...);
     }
 };
 
@@ -107,6 +118,7 @@ int main(int argc, char** argv)
 {
     Register<Sarvik>("sarvik");
     Register<Glibc>("glibc");
+    Register<Stb>("stb");
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -27,7 +27,7 @@ for line in open(sys.argv[2]):
     if event.get("ev") == "cmd" and event.get("done_us") is not None:
         commands_ms += (event["done_us"] - event["t_us"]) / 1000.0
 floor_ms = 2000 + 130 + commands_ms
-wall_ms = int(out["0.ms"])
+wall_ms = int(out["0.us"]) // 1000
 print("wakeup Q5K: wall %d ms, floor %.1f ms (calibration 2000 + reset 130 + commands %.1f), ratio %.3f"
       % (wall_ms, floor_ms, commands_ms, wall_ms / floor_ms))
 PY

@@ -12,14 +12,14 @@ namespace
 {
 // Shared by every getter that has no value to give.
 const char S_pEmpty_c[1] = {'\0'};
-constexpr int S_LOG_FACILITY_S32 = LOG_USER;
+constexpr int LOG_FACILITY = LOG_USER;
 } // namespace
 
 namespace Orx::Corvane
 {
 Sarvik::Sarvik()
 {
-    openlog("Sarvik", 0, S_LOG_FACILITY_S32);
+    openlog("Sarvik", 0, LOG_FACILITY);
     // The board model is found out by the wake-up, not told.
     mpToolBox_O = new CZebToolBox(SYS_CTL_BOARD_TYPE_UNKNOWN);
     mpDataHandler_O = new CEepromDataHandler(nullptr);

@@ -60,7 +60,8 @@ int main(int argc, char** argv)
     }
 
     // Communication RAM and timecode drivers only.
-    KvDriverApi* pDriverApi_O = KvDriverApi::S_GetInstance(9);
+    KvDriverApi* pDriverApi_O =
+        KvDriverApi::S_GetInstance(KvDriverApi::S_MASK_COMRAM | KvDriverApi::S_MASK_TIMECODE);
     memset(GL_PinguInterface_X, 0, sizeof(GL_PinguInterface_X));
     KvDriverApi::S_GetKvDriverInterface(pDriverApi_O, &GL_PinguInterface_X);
     ComramDriverApi::GetBaseIsaIoPointer(GL_PinguInterface_X[PINGU_COMRAM], 0, &GL_pBaseIsaIoAccess_U8);

@@ -14,7 +14,7 @@ case "$kind" in
     i386)
         # The toolchain is read only when the tree is first configured.
         [ -f "$dir/CMakeCache.txt" ] || args+=(-DCMAKE_TOOLCHAIN_FILE=cmake/i386.cmake)
-        args+=(-DSARVIK_WERROR=ON) ;;
+        args+=(-DSARVIK_WERROR=ON -DSARVIK_BENCH=ON) ;;
     asan)   args+=(-DSARVIK_SANITIZE=address) ;;
     tsan)   args+=(-DSARVIK_SANITIZE=thread) ;;
     native) args+=(-DSARVIK_BENCH=ON) ;;

@@ -6,8 +6,8 @@ set -euo pipefail
 
 PACKAGES=(
     cmake ninja-build g++ gcc g++-multilib gcc-multilib clang libclang-rt-14-dev
-    googletest libgtest-dev libgmock-dev libbenchmark-dev
-    libjsoncpp-dev libjsoncpp-dev:i386 libspdlog-dev
+    googletest libgtest-dev libgmock-dev libbenchmark-dev libbenchmark-dev:i386 libstb-dev
+    libjsoncpp-dev libjsoncpp-dev:i386 libspdlog-dev libspdlog-dev:i386
     util-linux procps psmisc file man-db groff-base time strace gdb binutils gzip lintian
 )
 

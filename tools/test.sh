@@ -4,6 +4,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.."
 bash tools/deps.sh
+mkdir -p build
 status=0
 total_pass=0
 total_fail=0
@@ -82,6 +83,10 @@ lint_package() {
 }
 run_stage "lintian: Debian package" lint_package
 
+# Every tracked C and C++ file in the committed format; the files that drift are listed
+# (bash tools/format.sh FILE... formats them).
+run_stage "format: check" bash tools/format.sh --check
+
 # Non-blank lines of the tracked sources under the given folders.
 source_lines() {
     git ls-files -- "$@" | grep -E '\.(c|cc|cpp|h|hpp|py|sh)$' | tr '\n' '\0' | xargs -0 cat | grep -cv '^[[:space:]]*$'
@@ -89,7 +94,7 @@ source_lines() {
 test_lines=$(source_lines tests)
 code_lines=$(source_lines Libs source sim bench tools)
 
-echo "=== summary (i386, asan, tsan, fuzz)"
+echo "=== summary (i386, asan, tsan, fuzz, differential, lintian, format)"
 awk -v t="$test_lines" -v c="$code_lines" 'BEGIN { printf "test/code lines: %d / %d = %.2f\n", t, c, t / c }'
 echo "total: ${total_pass} passed, ${total_fail} failed"
 exit $status

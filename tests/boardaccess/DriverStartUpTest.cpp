@@ -162,11 +162,4 @@ TEST(NoDriversTest, EveryCallReportsAStatusAndNothingIsTouched)
     }
 }
 
-TEST(NoDriversTest, ReleaseBinaryPrintsNothingAndExitsZero)
-{
-    CSimRun sim;
-    const SSimResult run = sim.Tool({"--fault", "no-drivers"});
-    EXPECT_EQ(run.Status, 0);
-    EXPECT_EQ(run.Out, "");
-}
 } // namespace

@@ -45,10 +45,18 @@ std::string WaitForLine(const char* path, const std::string& needle)
     return text;
 }
 
-TEST(CEepromDataHandlerLogging, ReadingTheSampleUnitWritesItsFieldsToTheEepromLog)
+class CEepromDataHandlerLogging : public testing::Test
 {
-    mkdir("/mnt/APPS/data", 0777);
-    mkdir("/mnt/APPS/data/log", 0777);
+protected:
+    void SetUp() override
+    {
+        mkdir("/mnt/APPS/data", 0777);
+        mkdir("/mnt/APPS/data/log", 0777);
+    }
+};
+
+TEST_F(CEepromDataHandlerLogging, ReadingTheSampleUnitWritesItsFieldsToTheEepromLog)
+{
     ASSERT_TRUE(BringBoardUp());
 
     CSysLogServer& server = CSysLogServer::GetInstance();
@@ -76,10 +84,8 @@ TEST(CEepromDataHandlerLogging, ReadingTheSampleUnitWritesItsFieldsToTheEepromLo
     }
 }
 
-TEST(CEepromDataHandlerLogging, RefusedCopiesAndFailedChecksumsAreExplained)
+TEST_F(CEepromDataHandlerLogging, RefusedCopiesAndFailedChecksumsAreExplained)
 {
-    mkdir("/mnt/APPS/data", 0777);
-    mkdir("/mnt/APPS/data/log", 0777);
     ASSERT_TRUE(BringBoardUp());
     CSysLogServer& server = CSysLogServer::GetInstance();
     CEepromDataHandler handler(&server);
@@ -147,10 +153,8 @@ TEST(CEepromDataHandlerLogging, RefusedCopiesAndFailedChecksumsAreExplained)
     }
 }
 
-TEST(CEepromDataHandlerLogging, FinishedTextIsExpandedAgainOnItsWayToTheFile)
+TEST_F(CEepromDataHandlerLogging, FinishedTextIsExpandedAgainOnItsWayToTheFile)
 {
-    mkdir("/mnt/APPS/data", 0777);
-    mkdir("/mnt/APPS/data/log", 0777);
     CSysLogServer& server = CSysLogServer::GetInstance();
     CEepromDataHandler handler(&server);
     // Handed through "%s", each "%%" pair in a text is halved by the source, then again by the record.
@@ -175,10 +179,8 @@ TEST(CEepromDataHandlerLogging, FinishedTextIsExpandedAgainOnItsWayToTheFile)
     }
 }
 
-TEST(CEepromDataHandlerLogging, WithoutAServerNothingReachesTheFiles)
+TEST_F(CEepromDataHandlerLogging, WithoutAServerNothingReachesTheFiles)
 {
-    mkdir("/mnt/APPS/data", 0777);
-    mkdir("/mnt/APPS/data/log", 0777);
     ASSERT_TRUE(BringBoardUp());
     CEepromDataHandler handler(nullptr);
     ASSERT_EQ(handler.Read(true), 0);

@@ -78,17 +78,6 @@ TEST_F(keyDriverOnBoard, EmptyTransfersSucceedWhateverTheChecksumMode)
     }
 }
 
-TEST_F(keyDriverOnBoard, ReadsAreTheSameWithAndWithoutReplyChecksums)
-{
-    unsigned char checked[64] = {};
-    unsigned char unchecked[64] = {};
-    mpDriver->EnableCheckSum(1);
-    ASSERT_EQ(mpDriver->EEPROMRead(256, 64, checked), 0);
-    mpDriver->EnableCheckSum(0);
-    ASSERT_EQ(mpDriver->EEPROMRead(256, 64, unchecked), 0);
-    EXPECT_EQ(memcmp(checked, unchecked, 64), 0);
-}
-
 TEST_F(keyDriverOnBoard, DetectedDriverAnswersAgainWithoutProbing)
 {
     EXPECT_EQ(mpDriver->detect(), 0);

@@ -63,13 +63,9 @@ Args Unit(const std::string& serial, int caseType)
     return {"--serial", serial, "--case-type", std::to_string(caseType)};
 }
 
-// One run of the tool on the image, at the suite's speed unless the options give another.
+// One run of the tool on the image.
 SSimResult RunTool(CSimRun& sim, const std::string& image, Args options, const Args& toolArgs = {})
 {
-    if (std::find(options.begin(), options.end(), "--speed") == options.end())
-    {
-        options.insert(options.end(), {"--speed", "50"});
-    }
     if (!image.empty())
     {
         options.insert(options.end(), {"--eeprom", image});
@@ -156,13 +152,16 @@ INSTANTIATE_TEST_SUITE_P(
                  {"--json"},
                  "",
                  ReadFailed("0xb")},
-        // A micro-code that refuses every EEPROM request leaves no record at all; one that never
-        // answers is taken for absent.
-        SRunCase{"MicroCodeRefuses", {}, {"--fault", "ucode-refuse"}, {}, "", ReadFailed("0xb")},
-        SRunCase{"MicroCodeNeverAnswers", {}, {"--fault", "ucode-timeout"}, {}, "", ReadFailed("0x5")},
-        // Nothing accelerated: the tool's timer calibrates against real sleeps and its
-        // busy-waits meet the board's real reset, bootstrap and power-up delays.
-        SRunCase{"RealSpeed", UNIT, {"--speed", "1"}, {}, TEXT, Connected()}),
+        // An EEPROM that does not acknowledge is polled until it answers, ten polls a transfer.
+        SRunCase{"BusyEepromPolled", UNIT, {"--fault", "eeprom-busy=9"}, {}, TEXT, Connected()},
+        SRunCase{"BusyEepromPolledAgain", UNIT, {"--fault", "eeprom-busy=25"}, {}, TEXT, Connected()},
+        // Copy 0's last page answers 1 to reads and writes alike: the repair reports its status.
+        SRunCase{"FailedRewrite",
+                 UNIT,
+                 {"--fault", "page-status=" + std::to_string(CopyAddress(0) + 19 * PAGE_SIZE) + ":1"},
+                 {},
+                 "",
+                 ReadFailed("0x201")}),
     [](const testing::TestParamInfo<SRunCase>& info) { return info.param.Name; });
 
 // ---------------------------------------------------------------------------------------------
@@ -288,16 +287,6 @@ TEST(OlderLayout, OnlyOlderRecordIsConvertedIntoCopyZeroOnEveryRun)
     }
 }
 
-TEST(Repair, FailedRewriteReportsTheWriteStatus)
-{
-    CSimRun sim;
-    // Copy 0's last page answers 1 to reads and writes alike.
-    const std::string fault = "page-status=" + std::to_string(CopyAddress(0) + 19 * PAGE_SIZE) + ":1";
-    const SSimResult run = RunTool(sim, sim.Image(UNIT), {"--fault", fault});
-    EXPECT_EQ(run.Out, "");
-    EXPECT_EQ(run.Log(), ReadFailed("0x201"));
-}
-
 // A busy page (status 3 or 4) is taken as read and not retried: its bytes are missing, so that
 // copy fails its checksum and is repaired from the next one.
 TEST(BusyEeprom, BusyPageIsAcceptedUnreadAndTheCopyRepaired)
@@ -324,66 +313,58 @@ TEST(BusyEeprom, BusyPageIsAcceptedUnreadAndTheCopyRepaired)
     }
 }
 
-TEST(BusyEeprom, UnacknowledgedTransfersArePolledUntilTheEepromAnswers)
-{
-    for (int busy : {1, 9, 25})
-    {
-        SCOPED_TRACE("busy " + std::to_string(busy));
-        CSimRun sim;
-        const SSimResult run =
-            RunTool(sim, sim.Image(UNIT), {"--fault", "eeprom-busy=" + std::to_string(busy)});
-        EXPECT_EQ(run.Out, TEXT);
-        EXPECT_EQ(run.Log(), Connected());
-    }
-}
-
-struct SSilentCase
+struct SMicroCodeCase
 {
     const char* Name;
     Args Options;
     std::string Detected;
-    int Unanswered; // presence requests the board never took
+    const char* Code;
+    int Presence;  // presence requests rung, the wake-up's included
+    int64_t GapUs; // from "Reading settings..." to the failure
 };
 
-class SilentMicroCode : public testing::TestWithParam<SSilentCase>
+class MicroCode : public testing::TestWithParam<SMicroCodeCase>
 {
 };
 
-// Ten presence rounds of 1000 one-millisecond polls lie between the two messages (virtual time
-// never runs shorter than the sleeps asked for), then the read reports 5.
-TEST_P(SilentMicroCode, IsPolledTenRoundsThenReportedAsFive)
+TEST_P(MicroCode, FailsTheReadAfterItsPresenceRounds)
 {
-    const SSilentCase& c = GetParam();
+    const SMicroCodeCase& c = GetParam();
     CSimRun sim;
     const SSimResult run = RunTool(sim, "", c.Options, {"--json"});
     EXPECT_EQ(run.Out, "");
-    LogLines log = ReadFailed("0x5");
+    LogLines log = ReadFailed(c.Code);
     log[2].second = c.Detected;
     EXPECT_EQ(run.Log(), log);
-    std::vector<uint64_t> times;
+    std::vector<int64_t> times;
     for (const Json::Value& line : run.Syslog)
     {
         if (line["ident"] == "Sarvik")
-            times.push_back(line["t_us"].asUInt64());
+            times.push_back(line["t_us"].asInt64());
     }
     ASSERT_GE(times.size(), 5u);
-    EXPECT_GE(times[4] - times[3], 10'000'000u);
-    int unanswered = 0;
-    for (const Json::Value& event : run.Trace)
-    {
-        if (event["op"] == "0x01")
-            unanswered += event["ev"] == "doorbell" ? 1 : event["ev"] == "cmd" ? -1 : 0;
-    }
-    EXPECT_EQ(unanswered, c.Unanswered);
+    EXPECT_EQ(times[4] - times[3], c.GapUs);
+    int presence = 0;
+    for (const Json::Value& event : run.Events("doorbell"))
+        presence += event["op"] == "0x01";
+    EXPECT_EQ(presence, c.Presence);
 }
 
+const std::string Q5K = "Detected Q5K  board";
+
+// Ten presence rounds of 1000 one-millisecond polls, then 5. A refused request leaves no record
+// (11) and each next copy probes the micro-code again.
 INSTANTIATE_TEST_SUITE_P(
-    Faults, SilentMicroCode,
-    testing::Values(SSilentCase{"Absent", {"--fault", "ucode-absent"}, "Detected Q5K  board", 10},
+    Faults, MicroCode,
+    testing::Values(SMicroCodeCase{"Absent", {"--fault", "ucode-absent"}, Q5K, "0x5", 11, 10000050},
+                    SMicroCodeCase{"NeverAnswers", {"--fault", "ucode-timeout"}, Q5K, "0x5", 11, 10000050},
                     // 0xFF is the micro-code's busy handshake, never a completion code.
-                    SSilentCase{"BusyForever",
-                                {"--board", "Q7K", "--fault", "status-stuck=0xFF"},
-                                "Detected Q7K board",
-                                0}),
-    [](const testing::TestParamInfo<SSilentCase>& info) { return std::string(info.param.Name); });
+                    SMicroCodeCase{"BusyForever",
+                                   {"--board", "Q7K", "--fault", "status-stuck=0xFF"},
+                                   "Detected Q7K board",
+                                   "0x5",
+                                   10,
+                                   10000050},
+                    SMicroCodeCase{"Refuses", {"--fault", "ucode-refuse"}, Q5K, "0xb", 5, 12084}),
+    [](const testing::TestParamInfo<SMicroCodeCase>& info) { return std::string(info.param.Name); });
 } // namespace

@@ -180,9 +180,10 @@ class ChecksumModeTest : public testing::TestWithParam<ChecksumCase>
 
 TEST_P(ChecksumModeTest, CorruptedReplyIsCaughtOnlyWithTheChecksumOn)
 {
-    const ToolRun run = runTool(GetParam().simArgs, KEYDRIVER_PROBE_PATH, {GetParam().mode});
+    const ToolRun run =
+        runTool(GetParam().simArgs, PROBE_PATH, {"toolbox", "wakeup", "3", "eeread", GetParam().mode});
     ASSERT_EQ(run.result.status, 0) << run.result.err;
-    EXPECT_EQ(SimHarness::value(run.result.out, "status"), GetParam().status);
+    EXPECT_EQ(SimHarness::value(run.result.out, "1.result"), GetParam().status);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,7 +1,7 @@
 #include "ImageCommand.h"
-#include "EepromImage.h"
+#include "IdentityRecord.h"
+#include "MailboxDriver.h"
 
-#include <cstdio>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -9,17 +9,10 @@
 namespace
 {
 
-struct Outcome
+// The exit status, then what went to standard output and to standard error.
+std::tuple<int, std::string, std::string> run(const std::vector<std::string>& args)
 {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-Outcome run(const std::vector<std::string>& args)
-{
-    std::ostringstream out;
-    std::ostringstream err;
+    std::ostringstream out, err;
     const int status = sim::ImageCommand(out, err).run(args);
     return {status, out.str(), err.str()};
 }
@@ -33,73 +26,53 @@ std::string tempFile(const std::string& bytes)
 
 } // namespace
 
-TEST(ImageCommand, MakeWritesTheAskedStatesAndFields)
+TEST(ImageCommand, ShowReportsTheRecordsMakeWrote)
 {
-    const Outcome made = run({"make", "--serial", "QA0000042", "--case-type", "9", "--copies",
-                              "good,bad-checksum,erased", "--user-name", "Lab", "--hardware-id", "0x1234"});
-    ASSERT_EQ(0, made.status) << made.err;
-    const sim::EepromImage image(std::vector<uint8_t>(made.out.begin(), made.out.end()));
-    ASSERT_EQ(32768u, made.out.size());
-    EXPECT_EQ(sim::EepromImage::State::Good, image.copyState(0));
-    EXPECT_EQ(sim::EepromImage::State::Bad, image.copyState(1));
-    EXPECT_EQ(sim::EepromImage::State::Erased, image.copyState(2));
-    EXPECT_EQ(sim::EepromImage::State::Erased, image.oldState());
-    EXPECT_EQ("QA0000042", image.copy(1).serial);
-    EXPECT_EQ(9, image.copy(0).caseType);
-    EXPECT_EQ(0x1234u, image.copy(0).hardwareId);
-    EXPECT_EQ("Lab", image.copy(0).userName);
-}
-
-TEST(ImageCommand, OldLayoutOnlyLeavesTheCopiesErased)
-{
-    const Outcome made = run({"make", "--serial", "OLD12345", "--case-type", "4", "--layout", "old"});
-    ASSERT_EQ(0, made.status) << made.err;
-    const sim::EepromImage image(std::vector<uint8_t>(made.out.begin(), made.out.end()));
-    // The older record's tail (hardware ID, PSU and case type) lies in copy 0's first bytes.
-    EXPECT_EQ(sim::EepromImage::State::Bad, image.copyState(0));
-    EXPECT_EQ(sim::EepromImage::State::Erased, image.copyState(1));
-    EXPECT_EQ(sim::EepromImage::State::Erased, image.copyState(2));
-    EXPECT_EQ(sim::EepromImage::State::Good, image.oldState());
-    EXPECT_EQ("OLD12345", image.old().serial);
-    EXPECT_EQ(4, image.old().caseType);
-}
-
-TEST(ImageCommand, ShowReportsEveryRecordOfAMadeImage)
-{
-    const Outcome made = run({"make", "--serial", "KV7654321", "--case-type", "7", "--layout", "both",
-                              "--copies", "bad-checksum,good,good", "--old", "bad"});
-    ASSERT_EQ(0, made.status);
-    const Outcome shown = run({"show", tempFile(made.out)});
-    ASSERT_EQ(0, shown.status) << shown.err;
-    EXPECT_NE(std::string::npos, shown.out.find("copy 0 at 256: bad-checksum"));
-    EXPECT_NE(std::string::npos, shown.out.find("copy 1 at 11072: good"));
-    EXPECT_NE(std::string::npos, shown.out.find("copy 2 at 21888: good"));
-    EXPECT_NE(std::string::npos, shown.out.find("old at 0: bad-checksum"));
-    EXPECT_NE(std::string::npos, shown.out.find("serial \"KV7654321\" case-type 7"));
-    EXPECT_NE(std::string::npos, shown.out.find("serial \"KV765432\""));
-}
-
-TEST(ImageCommand, BadUsageExitsWithTwoAndExplains)
-{
-    const std::vector<std::vector<std::string>> bad = {{},
-                                                       {"frobnicate"},
-                                                       {"make", "--copies", "good,good"},
-                                                       {"make", "--case-type", "300"},
-                                                       {"make", "--serial", "TEN-CHARS!"},
-                                                       {"make", "--layout"},
-                                                       {"show"}};
-    for (const auto& args : bad)
+    const std::pair<const char*, const char*> rows[] = {
+        {"make --serial QA0000042 --case-type 9 --copies good,bad-checksum,erased --user-name Lab "
+         "--hardware-id 0x1234 --psu-type 2",
+         "copy 0 at 256: good|copy 1 at 11072: bad-checksum|copy 2 at 21888: erased|old at 0: erased|"
+         "serial \"QA0000042\" case-type 9 user-name \"Lab\" hardware-id 0x00001234 psu-type 2"},
+        // The older record's tail (hardware ID, PSU and case type) lies in copy 0's first bytes.
+        {"make --serial KV7654321 --case-type 4 --layout old --old bad",
+         "copy 0 at 256: bad-checksum|copy 1 at 11072: erased|old at 0: bad-checksum|serial \"KV765432\" "
+         "case-type 4"}};
+    for (const auto& [make, shown] : rows)
     {
-        const Outcome result = run(args);
-        EXPECT_EQ(2, result.status) << (args.empty() ? "" : args[0]);
-        EXPECT_NE(std::string::npos, result.err.find("usage:"));
-        EXPECT_TRUE(result.out.empty());
+        const auto [status, image, err] = run(simtest::words(make));
+        ASSERT_EQ(0, status) << err;
+        ASSERT_EQ(32768u, image.size());
+        const auto [shownStatus, out, shownErr] = run({"show", tempFile(image)});
+        ASSERT_EQ(0, shownStatus) << shownErr;
+        std::istringstream lines(shown);
+        for (std::string line; std::getline(lines, line, '|');)
+            EXPECT_NE(std::string::npos, out.find(line)) << line << "\n" << out;
     }
 }
 
-TEST(ImageCommand, ShowRefusesAFileOfTheWrongSize)
+TEST(ImageCommand, RefusesBadUsageAndFilesWithAnExplanation)
 {
-    const Outcome shown = run({"show", tempFile("short")});
-    EXPECT_EQ(1, shown.status);
-    EXPECT_NE(std::string::npos, shown.err.find("5 bytes"));
+    std::istringstream usages(
+        "|frobnicate|make --copies good,good|make --case-type 300|make --serial TEN-CHARS!|"
+        "make --layout|show");
+    for (std::string args; std::getline(usages, args, '|');)
+    {
+        const auto [status, out, err] = run(simtest::words(args));
+        EXPECT_EQ(2, status) << args;
+        EXPECT_NE(std::string::npos, err.find("usage:")) << err;
+        EXPECT_TRUE(out.empty());
+    }
+    const auto [status, out, err] = run({"show", tempFile("short")});
+    EXPECT_EQ(1, status);
+    EXPECT_NE(std::string::npos, err.find("holds 5 bytes, not 32768")) << err;
+}
+
+TEST(EepromImage, RecordChecksumIsOnePlusTheByteSumBeforeIt)
+{
+    uint8_t record[sim::IdentityRecord::kSize] = {};
+    EXPECT_EQ(1u, sim::IdentityRecord::checksum(record));
+    record[0] = 0xFF;
+    record[1215] = 0x02;
+    record[1216] = 0x55;
+    EXPECT_EQ(0x102u, sim::IdentityRecord::checksum(record));
 }

@@ -1,36 +1,33 @@
 #include "MailboxDriver.h"
 
+#include <cstdio>
+#include <cstring>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
 
 namespace simtest
 {
 
-std::vector<std::string> RecordingSink::matching(std::initializer_list<const char*> fragments) const
+std::vector<std::string> words(const std::string& text)
 {
-    std::vector<std::string> found;
-    for (const std::string& line : lines)
-    {
-        bool all = true;
-        for (const char* f : fragments)
-            all = all && line.find(f) != std::string::npos;
-        if (all)
-            found.push_back(line);
-    }
-    return found;
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
 }
 
-MailboxDriver::MailboxDriver(const sim::BoardConfig& config, std::vector<uint8_t> image)
-    : eeprom(std::move(image)), server(config, eeprom.data(), &trace)
+MailboxDriver::MailboxDriver(const std::string& options, Bytes image)
+    : eeprom(std::move(image)), server(config(options), eeprom.data(), &trace)
 {
 }
 
-sim::BoardConfig MailboxDriver::config(std::initializer_list<std::pair<const char*, const char*>> options)
+sim::BoardConfig MailboxDriver::config(const std::string& options)
 {
     sim::BoardConfig config;
-    for (const auto& option : options)
+    for (const std::string& option : words(options))
     {
+        const size_t eq = option.find('=');
         std::string error;
-        EXPECT_TRUE(config.apply(option.first, option.second, &error)) << error;
+        EXPECT_TRUE(config.apply(option.substr(0, eq), option.substr(eq + 1), &error)) << error;
     }
     return config;
 }
@@ -51,13 +48,11 @@ void MailboxDriver::writeLe(uint32_t offset, uint32_t value, int width)
 
 void MailboxDriver::resetPulse()
 {
-    for (uint8_t level : {1, 0, 1})
+    for (int edge = 0; edge < 4; ++edge)
     {
-        write(0x7FFD, level);
-        wait(10 * kMs);
+        write(0x7FFD, edge % 2 == 0 ? 1 : 0);
+        wait(edge == 3 ? 100 * kMs : 10 * kMs);
     }
-    write(0x7FFD, 0);
-    wait(100 * kMs);
 }
 
 bool MailboxDriver::memoryCheck()
@@ -66,13 +61,11 @@ bool MailboxDriver::memoryCheck()
     return readLe(0x0004, 4) == 0xA5005AFF;
 }
 
-bool MailboxDriver::waitBootstrap(uint64_t budgetNs)
+bool MailboxDriver::waitBootstrap()
 {
-    for (uint64_t spent = 0; spent <= budgetNs; spent += 100 * kMs)
-    {
+    for (int attempt = 0; attempt <= 10; ++attempt)
         if (command(0x01, 0, 100 * kMs) == 0)
             return true;
-    }
     return false;
 }
 
@@ -88,55 +81,48 @@ int MailboxDriver::boardWakeUp(int attempts)
     for (int attempt = 0; attempt < attempts; ++attempt)
     {
         resetPulse();
-        bool ram = false;
-        for (int probe = 0; probe < 10 && !ram; ++probe)
-            if (!(ram = memoryCheck()))
-                wait(100 * kMs);
-        if (!ram)
+        bool ram = memoryCheck();
+        for (int probe = 1; probe < 10 && !ram; ++probe)
         {
-            code = 1;
-            continue;
+            wait(100 * kMs);
+            ram = memoryCheck();
         }
-        if (!waitBootstrap())
-        {
-            code = 2;
+        code = !ram ? 1 : !waitBootstrap() ? 2 : 0;
+        if (code != 0)
             continue;
-        }
         if (command(0x05) != 0)
             return 3;
-        const uint8_t ident = read(0x0004);
-        if ((ident & 0xF0) != 0xC0)
+        const bool wakeupStep = (read(0x0004) & 0xF0) != 0xC0;
+        if (wakeupStep && command(0x92) != 0)
+            return 5;
+        writeLe(0x0004, 0, 4); // an empty transfer to the device the address byte holds
+        if (wakeupStep && command(0x90) != 0)
         {
-            if (command(0x92) != 0)
-                return 5;
-            writeLe(0x0004, 0, 4); // empty transfer; the address byte stays as it stands
-            if (command(0x90) != 0)
-            {
-                busReset();
-                code = 6;
-                continue;
-            }
+            busReset();
+            code = 6;
+            continue;
         }
         return command(0x03) == 0 ? 0 : 4;
     }
     return code;
 }
 
-int MailboxDriver::command(uint8_t opcode, uint32_t mailbox, uint64_t timeoutNs)
+int MailboxDriver::command(uint8_t opcode, uint32_t mailbox, uint64_t timeoutNs, uint8_t flag,
+                           uint64_t pollNs)
 {
     write(mailbox, opcode);
     write(mailbox + 1, 0x80);
     if (mailbox == 0)
     {
-        write(0x0003, 1);
+        write(0x0003, flag);
         write(0x7FFF, 1);
     }
-    for (uint64_t waited = 0; waited <= timeoutNs; waited += 100 * kUs)
+    for (uint64_t waited = 0; waited <= timeoutNs; waited += pollNs)
     {
         const uint8_t status = read(mailbox + 1);
         if (status != 0x80 && status != 0xFF)
             return status;
-        wait(100 * kUs);
+        wait(pollNs);
     }
     return kTimedOut;
 }
@@ -156,11 +142,14 @@ int MailboxDriver::bsRead(uint8_t opcode, uint32_t address, uint32_t* value)
     return status;
 }
 
-void MailboxDriver::busReset()
+void MailboxDriver::busReset(bool handPinToPort)
 {
     uint32_t value = 0;
-    bsRead(0x87, 0xF0000A44, &value);
-    bsWrite(0x81, 0xF0000A44, value & ~0x0004u);
+    if (handPinToPort)
+    {
+        bsRead(0x87, 0xF0000A44, &value);
+        bsWrite(0x81, 0xF0000A44, value & ~0x0004u);
+    }
     bsRead(0x86, 0xF0000A18, &value);
     bsWrite(0x80, 0xF0000A18, value | 0x01);
     for (int i = 0; i < 10; ++i)
@@ -172,13 +161,11 @@ void MailboxDriver::busReset()
     bsWrite(0x81, 0xF0000A44, value | 0x0004);
 }
 
-int MailboxDriver::transfer(uint8_t device, const std::vector<uint8_t>& out, uint16_t readCount,
-                            std::vector<uint8_t>* in, bool checksum)
+int MailboxDriver::transfer(uint8_t device, const Bytes& out, uint16_t readCount, Bytes* in, bool checksum,
+                            uint32_t checksumSkew)
 {
     write(0x0002, device);
-    write(0x0003, 0);
-    writeLe(0x0004, static_cast<uint32_t>(out.size()), 2);
-    writeLe(0x0006, readCount, 2);
+    writeLe(0x0004, static_cast<uint32_t>(out.size() | readCount << 16), 4);
     uint32_t sum = 1;
     for (size_t i = 0; i < out.size(); ++i)
     {
@@ -186,36 +173,22 @@ int MailboxDriver::transfer(uint8_t device, const std::vector<uint8_t>& out, uin
         sum += out[i];
     }
     if (checksum)
-        writeLe(0x0008, sum, 4);
+        writeLe(0x0008, sum + checksumSkew, 4);
     wait(kMs);
-    write(0x0000, 0x90);
-    write(0x0001, 0x80);
-    if (checksum)
-        write(0x0003, 1);
-    write(0x7FFF, 1);
-    int status = kTimedOut;
-    for (int poll = 0; poll < 1000 && status == kTimedOut; ++poll)
-    {
-        const uint8_t handshake = read(0x0001);
-        if (handshake != 0x80 && handshake != 0xFF)
-            status = handshake;
-        else
-            wait(kMs);
-    }
-    if (status == 0 && in)
-        for (uint16_t i = 0; i < readCount; ++i)
-            in->push_back(read(0x0010 + i));
+    const int status = command(0x90, 0, 1000 * kMs, checksum ? 1 : 0, kMs);
+    for (uint16_t i = 0; status == 0 && in && i < readCount; ++i)
+        in->push_back(read(0x0010 + i));
     return status;
 }
 
-int MailboxDriver::eepromRead(uint16_t address, uint16_t count, std::vector<uint8_t>* data)
+int MailboxDriver::eepromRead(uint16_t address, uint16_t count, Bytes* data)
 {
     return transfer(0xA4, {static_cast<uint8_t>(address >> 8), static_cast<uint8_t>(address)}, count, data);
 }
 
-int MailboxDriver::eepromWrite(uint16_t address, const std::vector<uint8_t>& data)
+int MailboxDriver::eepromWrite(uint16_t address, const Bytes& data)
 {
-    std::vector<uint8_t> block{static_cast<uint8_t>(address >> 8), static_cast<uint8_t>(address)};
+    Bytes block{static_cast<uint8_t>(address >> 8), static_cast<uint8_t>(address)};
     block.insert(block.end(), data.begin(), data.end());
     return transfer(0xA4, block, 0, nullptr);
 }
@@ -232,10 +205,10 @@ void MailboxDriver::setReg(uint8_t index, uint8_t value)
     server.portWrite(0x350, value, now);
 }
 
-bool MailboxDriver::psuSend(const std::vector<uint8_t>& bytes)
+bool MailboxDriver::psuSend(const Bytes& bytes, uint8_t rate)
 {
     setReg(32, 0xDC);
-    setReg(33, 0x32);
+    setReg(33, rate);
     setReg(35, 0x01);
     setReg(38, 0x40);
     setReg(38, 0x81);
@@ -248,6 +221,52 @@ bool MailboxDriver::psuSend(const std::vector<uint8_t>& bytes)
         wait(kMs);
     }
     return false;
+}
+
+void MailboxDriver::run(const std::string& script)
+{
+    SCOPED_TRACE(script);
+    for (const std::string& step : words(script))
+    {
+        SCOPED_TRACE(step);
+        unsigned a = 0, n = 0, v = 0;
+        const char* rest = step.c_str() + 1;
+        std::sscanf(rest, step[0] == 't' ? "%u" : "%x", &a);
+        if (const char* plus = std::strchr(rest, '+'))
+            std::sscanf(plus + 1, "%u", &n);
+        if (const char* eq = std::strchr(rest, '='))
+            std::sscanf(eq + 1, "%x", &v);
+        Bytes data(n);
+        for (unsigned i = 0; i < n; ++i)
+            data[i] = static_cast<uint8_t>(i + 1);
+        const char op = step[0];
+        if (op == 'w')
+            write(a, static_cast<uint8_t>(v));
+        else if (op == 'c')
+        {
+            write(0x0000, static_cast<uint8_t>(a));
+            write(0x0001, 0x80);
+            write(0x7FFF, 1);
+        }
+        else if (op == 't')
+            wait(a * kUs);
+        else if (op == 'g')
+            setReg(static_cast<uint8_t>(a), static_cast<uint8_t>(v));
+        else
+        {
+            const int actual = op == 'r'   ? read(a)
+                               : op == 'm' ? memoryCheck()
+                               : op == 'p' ? server.portRead(static_cast<uint16_t>(a), now)
+                               : op == 'q' ? reg(static_cast<uint8_t>(a))
+                               : op == 'W' ? eepromWrite(static_cast<uint16_t>(a), data)
+                               : op == 'R' ? eepromRead(static_cast<uint16_t>(a), n, &data)
+                               : op == 'P' ? transfer(0xA4, {}, 0, nullptr)
+                               : op == 'M' ? eeprom.at(a)
+                                           : -2; // no such step
+
+            EXPECT_EQ(static_cast<int>(v), actual);
+        }
+    }
 }
 
 } // namespace simtest

@@ -4,6 +4,7 @@
 
 #include "SimServer.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -14,22 +15,30 @@ namespace simtest
 constexpr uint64_t kUs = 1000;
 constexpr uint64_t kMs = 1000 * kUs;
 constexpr int kTimedOut = -1;
+using Bytes = std::vector<uint8_t>;
+// The words of a text, split at spaces.
+std::vector<std::string> words(const std::string& text);
 
 class RecordingSink : public sim::TraceSink
 {
 public:
     void emit(const std::string& line) override { lines.push_back(line); }
-    // Lines that contain every one of the fragments.
-    std::vector<std::string> matching(std::initializer_list<const char*> fragments) const;
+    // How many lines hold the fragment.
+    size_t count(const std::string& fragment) const
+    {
+        return std::count_if(lines.begin(), lines.end(),
+                             [&](const std::string& line)
+                             { return line.find(fragment) != std::string::npos; });
+    }
     std::vector<std::string> lines;
 };
 
 class MailboxDriver
 {
 public:
-    explicit MailboxDriver(const sim::BoardConfig& config = sim::BoardConfig(),
-                           std::vector<uint8_t> eeprom = sim::sampleEepromImage());
-    static sim::BoardConfig config(std::initializer_list<std::pair<const char*, const char*>> options);
+    // Launcher options as KEY=VALUE words, e.g. "board=Q7K fault=uart-stuck timing=uart-byte=100".
+    explicit MailboxDriver(const std::string& options = "", Bytes eeprom = sim::sampleEepromImage());
+    static sim::BoardConfig config(const std::string& options);
 
     void wait(uint64_t ns) { now += ns; }
     uint8_t read(uint32_t offset) { return server.comramRead(offset, now); }
@@ -37,42 +46,50 @@ public:
     uint32_t readLe(uint32_t offset, int width);
     void writeLe(uint32_t offset, uint32_t value, int width);
 
-    // The toolbox's wake-up steps.
+    // The toolbox's wake-up steps; wake() is all three, after which the board answers commands.
     void resetPulse();
     bool memoryCheck();
-    bool waitBootstrap(uint64_t budgetNs = 1000 * kMs);
-    // Reset pulse, memory check and bootstrap presence: the board answers commands after it.
+    bool waitBootstrap();
     bool wake();
-
-    // The toolbox's BoardWakeUp for boards other than the Q7K, with shorter budgets: 0 or its
-    // wake-up error code (1 RAM, 2 bootstrap, 3 identification, 4 version, 5 wake-up step,
-    // 6 I2C probe).
+    // The toolbox's BoardWakeUp for boards other than the Q7K: 0 or its error code (1 RAM,
+    // 2 bootstrap, 3 identification, 4 version, 5 wake-up step, 6 I2C probe).
     int boardWakeUp(int attempts);
 
-    // Posts a command and polls its status every 100 µs; the status, or kTimedOut.
-    int command(uint8_t opcode, uint32_t mailbox = 0, uint64_t timeoutNs = 1000 * kMs);
-    // Bootstrap memory commands go to this mailbox; the toolbox uses interface 0, whose flag
-    // byte at 0x0003 is the second byte of the address.
+    // Posts a command and polls its status; the status, or kTimedOut.
+    int command(uint8_t opcode, uint32_t mailbox = 0, uint64_t timeoutNs = 1000 * kMs, uint8_t flag = 1,
+                uint64_t pollNs = 100 * kUs);
+    // Bootstrap memory commands go to this mailbox; on interface 0 the flag byte at 0x0003 is
+    // the second byte of the address.
     uint32_t bsMailbox = 0;
     int bsWrite(uint8_t opcode, uint32_t address, uint32_t value);
     int bsRead(uint8_t opcode, uint32_t address, uint32_t* value);
-    // The toolbox's bus recovery: 3 bootstrap reads and 23 writes.
-    void busReset();
+    // The toolbox's bus recovery: the clock pin to the port, ten pulses on it, the pin back.
+    void busReset(bool handPinToPort = true);
 
-    // The EEPROM driver's request: device, checksum flag, counts, data; answers the status.
-    int transfer(uint8_t device, const std::vector<uint8_t>& out, uint16_t readCount,
-                 std::vector<uint8_t>* in, bool checksum = false);
-    int eepromRead(uint16_t address, uint16_t count, std::vector<uint8_t>* data);
-    int eepromWrite(uint16_t address, const std::vector<uint8_t>& data);
+    // The EEPROM driver's request; answers the status. With the checksum flag, the request's
+    // checksum is off by checksumSkew.
+    int transfer(uint8_t device, const Bytes& out, uint16_t readCount, Bytes* in, bool checksum = false,
+                 uint32_t checksumSkew = 0);
+    int eepromRead(uint16_t address, uint16_t count, Bytes* data);
+    int eepromWrite(uint16_t address, const Bytes& data);
 
     // The Q7K register file through the index and data ports.
     uint8_t reg(uint8_t index);
     void setReg(uint8_t index, uint8_t value);
-    // The power-supply link: UART set-up, escape sequence, a switch command; waits for the FIFO.
-    bool psuSend(const std::vector<uint8_t>& bytes);
+    // The power-supply link: UART set-up (the rate's low divisor byte), then the bytes; true
+    // once the FIFO drained.
+    bool psuSend(const Bytes& bytes, uint8_t rate = 0x32);
+
+    // Runs a script of steps, numbers in hex but for t and COUNT: wOFFSET=VALUE writes the
+    // RAM, rOFFSET=VALUE reads it; tMICROSECONDS; m=1 (or 0) the memory check passes (or not);
+    // cOPCODE posts a command on interface 0 and rings; pPORT=VALUE reads a port; gINDEX=VALUE
+    // sets a Q7K register, qINDEX=VALUE reads one;
+    // WADDRESS+COUNT=STATUS writes COUNT bytes 1, 2, 3... to the EEPROM, RADDRESS+COUNT=STATUS
+    // reads, P=STATUS polls it with an empty write; MADDRESS=VALUE is a byte of the caller's image.
+    void run(const std::string& script);
 
     RecordingSink trace;
-    std::vector<uint8_t> eeprom;
+    Bytes eeprom;
     sim::SimServer server;
     uint64_t now = 0;
 };

@@ -6,7 +6,7 @@
 
 namespace
 {
-TEST(StartUpClosedDescriptors, AClosedStandardDescriptorSendsNothingIntoTheSwitchLog)
+TEST(StartUpClosedDescriptors, AClosedOrPlainStandardDescriptorSendsNothingIntoTheSwitchLog)
 {
     const std::string report = CSimRun().Tool({}).Out;
     struct SCase
@@ -17,6 +17,7 @@ TEST(StartUpClosedDescriptors, AClosedStandardDescriptorSendsNothingIntoTheSwitc
         {">&-", ""},
         {"--bogus-option 2>&-", report},
         {"<&-", report},
+        {"</dev/null", report}, // not a terminal: the console is left alone
         {"--bogus-option <&- >&- 2>&-", ""},
     };
     const std::regex sessionOnly(R"(<[^>]*> -------------- New Session --------------\r\n)");

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <fstream>
 #include <memory>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -151,21 +150,5 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
     EXPECT_EQ(after.c_iflag, before.c_iflag);
     EXPECT_EQ(after.c_cc[VMIN], before.c_cc[VMIN]);
     EXPECT_EQ(after.c_cc[VTIME], before.c_cc[VTIME]);
-}
-
-TEST(StartUpConsole, StandardInputFromAFileChangesNothingAndReportsNothing)
-{
-    CSimRun sim;
-    const std::string input = sim.Path("keys.txt");
-    std::ofstream(input) << "q\n";
-    const int fd = open(input.c_str(), O_RDONLY);
-    ASSERT_GE(fd, 0);
-    const SSimResult result = sim.Run({}, {CSimRun::S_Tool}, fd);
-    close(fd);
-    EXPECT_EQ(result.Status, 0);
-    EXPECT_EQ(result.Err, "");
-    EXPECT_EQ(CSimRun::ReadText(input), "q\n");
-    EXPECT_NE(CSimRun::ReadText(sim.Root() + "/data/log/QXK_Switch.log"), "")
-        << "the start-up went on after the console step";
 }
 } // namespace

@@ -35,11 +35,16 @@
 namespace
 {
 
-int64_t monotonicMs()
+int64_t monotonicUs()
 {
     timespec ts{};
     clock_gettime(CLOCK_MONOTONIC, &ts);
-    return static_cast<int64_t>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+    return static_cast<int64_t>(ts.tv_sec) * 1000000 + ts.tv_nsec / 1000;
+}
+
+int64_t monotonicMs()
+{
+    return monotonicUs() / 1000;
 }
 
 void sleepMs(long ms)
@@ -183,25 +188,6 @@ int config()
     return 0;
 }
 
-const char* errnoName(int error)
-{
-    switch (error)
-    {
-    case EINVAL:
-        return "EINVAL";
-    case EACCES:
-        return "EACCES";
-    case EPERM:
-        return "EPERM";
-    case ENODEV:
-        return "ENODEV";
-    case EOPNOTSUPP:
-        return "EOPNOTSUPP";
-    default:
-        return std::strerror(error);
-    }
-}
-
 int protBits(const std::string& prot)
 {
     return (prot.find('r') != std::string::npos ? PROT_READ : 0) |
@@ -222,7 +208,7 @@ int mapRequest(int argc, char** argv)
     const size_t length = std::strtoul(argv[6], nullptr, 0);
     const off_t offset = static_cast<off_t>(std::strtoul(argv[7], nullptr, 0));
     void* area = mmap(nullptr, length, protBits(argv[4]), flags, fd, offset);
-    std::printf("mmap=%s\n", area == MAP_FAILED ? errnoName(errno) : "ok");
+    std::printf("mmap=%s\n", area == MAP_FAILED ? strerrorname_np(errno) : "ok");
     auto* bytes = static_cast<volatile uint8_t*>(area);
     for (int i = 8; area != MAP_FAILED && i + 1 < argc; i += 2)
     {
@@ -231,7 +217,7 @@ int mapRequest(int argc, char** argv)
         const size_t at = std::strtoul(argv[i + 1], nullptr, 0);
         if (step == "protect")
             std::printf("mprotect=%s\n",
-                        mprotect(area, length, protBits(argv[i + 1])) == 0 ? "ok" : errnoName(errno));
+                        mprotect(area, length, protBits(argv[i + 1])) == 0 ? "ok" : strerrorname_np(errno));
         else if (step == "load")
             std::printf("value=0x%02x\n", bytes[at]);
         else
@@ -249,11 +235,11 @@ int mapRequest(int argc, char** argv)
 // ports: ioperm and iopl as the calling user, then both released.
 int portCalls()
 {
-    std::printf("ioperm=%s", ioperm(0x350, 2, 1) == 0 ? "0" : errnoName(errno));
-    std::printf(" iopl=%s", iopl(3) == 0 ? "0" : errnoName(errno));
-    std::printf(" empty=%s", ioperm(0x350, 0, 1) == 0 ? "0" : errnoName(errno));
-    std::printf(" beyond=%s", ioperm(0xFFFF, 2, 1) == 0 ? "0" : errnoName(errno));
-    std::printf(" release=%s\n", ioperm(0x350, 2, 0) == 0 ? "0" : errnoName(errno));
+    std::printf("ioperm=%s", ioperm(0x350, 2, 1) == 0 ? "0" : strerrorname_np(errno));
+    std::printf(" iopl=%s", iopl(3) == 0 ? "0" : strerrorname_np(errno));
+    std::printf(" empty=%s", ioperm(0x350, 0, 1) == 0 ? "0" : strerrorname_np(errno));
+    std::printf(" beyond=%s", ioperm(0xFFFF, 2, 1) == 0 ? "0" : strerrorname_np(errno));
+    std::printf(" release=%s\n", ioperm(0x350, 2, 0) == 0 ? "0" : strerrorname_np(errno));
     return 0;
 }
 
@@ -341,7 +327,7 @@ void raiseInterruptStandIn(const std::string& prefix, const char* name, bool dsp
 }
 
 // toolbox [--type N] OP [ARGS]...: the start-up, the detected board, then each operation's
-// results as N.key (N counts the operations from 0), with N.ms its duration in virtual time.
+// results as N.key (N counts the operations from 0), with N.us its duration in virtual time.
 int toolbox(int argc, char** argv)
 {
     int arg = 2;
@@ -364,7 +350,7 @@ int toolbox(int argc, char** argv)
                 std::exit(2);
             return number(argv[arg++]);
         };
-        const int64_t start = monotonicMs();
+        const int64_t start = monotonicUs();
         if (op == "wakeup")
         {
             put(prefix, "result", box->BoardWakeUp(next()));
@@ -401,6 +387,15 @@ int toolbox(int argc, char** argv)
             for (char byte : read)
                 std::printf("%02X", static_cast<uint8_t>(byte));
             std::printf("\n");
+        }
+        else if (op == "eeread")
+        {
+            // One page read with the reply checksum on or off (the tool always has it off).
+            keyDriver key;
+            unsigned char page[64] = {};
+            key.detect();
+            key.EnableCheckSum(std::strcmp(argv[arg++], "on") == 0 ? 1 : 0);
+            put(prefix, "result", key.EEPROMRead(0x0100, sizeof(page), page));
         }
         else if (op == "eewrite")
         {
@@ -459,7 +454,7 @@ int toolbox(int argc, char** argv)
         }
         else
             return usage();
-        put(prefix, "ms", monotonicMs() - start);
+        put(prefix, "us", monotonicUs() - start);
     }
     box.reset();
     Q7K::Q7KManagement::ShutdownQ7KHelper();

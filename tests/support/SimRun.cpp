@@ -20,9 +20,6 @@ const char* const CSimRun::S_Probe = SARVIK_PROBE_PATH;
 
 namespace
 {
-// Accelerated clocks keep the suite short; the tool's polling still dominates at this speed.
-const char* const SPEED = "20";
-
 int RemoveEntry(const char* path, const struct stat*, int, struct FTW*)
 {
     return remove(path);
@@ -191,10 +188,6 @@ pid_t CSimRun::Start(const Args& options, const Args& command, int stdinFd, ETer
                  Path("run" + std::to_string(mRuns) + ".trace"),
                  "--syslog",
                  Path("run" + std::to_string(mRuns) + ".syslog")};
-    if (std::find(options.begin(), options.end(), "--speed") == options.end())
-    {
-        argv.insert(argv.end(), {"--speed", SPEED});
-    }
     argv.insert(argv.end(), options.begin(), options.end());
     argv.push_back("--");
     argv.insert(argv.end(), command.begin(), command.end());

@@ -61,8 +61,8 @@ public:
 
     // "sarvik-sim image make ARGS" into a new file of the folder; its path, empty on failure.
     std::string Image(const Args& makeArgs);
-    // sarvik-sim --root --trace --syslog OPTIONS -- COMMAND, at the suite's speed unless OPTIONS
-    // give one; standard input from stdinFd (-1: /dev/null).
+    // sarvik-sim --root --trace --syslog OPTIONS -- COMMAND in reproducible virtual time; standard
+    // input from stdinFd (-1: /dev/null).
     SSimResult Run(const Args& options, const Args& command, int stdinFd = -1);
     SSimResult Tool(const Args& options, const Args& toolArgs = {});
     SSimResult Probe(const Args& options, const Args& probeArgs);

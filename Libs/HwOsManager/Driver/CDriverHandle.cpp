@@ -64,21 +64,21 @@ void CDriverHandle::Trace(const char* format, ...) const
 
 int32_t CDriverHandle::S_CheckArguments(unsigned int index, const void* param)
 {
-    return (index != 0 || param == nullptr) ? 22 : 0;
+    return (index != 0 || param == nullptr) ? DRIVER_STATUS_BAD_ARGUMENT : DRIVER_STATUS_OK;
 }
 
 int32_t CDriverHandle::OpenDeviceFile()
 {
     if (mFd_S32 >= 0)
     {
-        return 24;
+        return DRIVER_STATUS_DEVICE_FILE;
     }
     // Close-on-exec: the shell that loads a module later must not inherit the driver.
     mFd_S32 = open(mNodePath_c, O_RDWR | O_CLOEXEC);
     if (mFd_S32 < 0)
     {
         mFd_S32 = -1;
-        return 24;
+        return DRIVER_STATUS_DEVICE_FILE;
     }
     return 0;
 }
@@ -127,7 +127,7 @@ int32_t CDriverHandle::Construct(int32_t* paramStatus)
     char text_c[128];
     snprintf(text_c, sizeof(text_c), "Enter In %s()", mDescriptor_X.pClassName_c);
     Log(LOG_WARNING, text_c);
-    mStatus_S32 = 9;
+    mStatus_S32 = DRIVER_STATUS_NOT_READY;
     mFd_S32 = -1;
 
     int32_t status_S32 = 0;
@@ -166,7 +166,7 @@ int32_t CDriverHandle::Construct(int32_t* paramStatus)
         }
         else
         {
-            // Deliberate: a failed open (24) or mapping (18) still makes an instance; its
+            // Deliberate: a failed open or mapping still makes an instance; its
             // getters report the state to the caller.
             status_S32 = 0;
         }

@@ -1,16 +1,18 @@
 #pragma once
 // What every kernel driver handle shares: finding or loading its module, opening its node,
 // the one syslog identity of the family and the optional trace descriptor.
+#include "DriverApiTypes.h"
+
 #include <cstdint>
 
 struct SDriverDescriptor
 {
-    const char* pClassName_c;    // "ComramDriverApi": used in the log lines
-    const char* pNodeName_c;     // "comram": the node is /dev/comram0
-    const char* pModule_c;       // "drv_comram"
-    uint32_t InitIoctl_U32;      // sent after a fresh module load
-    uint32_t ShutdownIoctl_U32;  // sent before closing when the device is to be shut down
-    bool TracesMissingNode_B;    // the ComRAM handle notes a missing node in its trace
+    const char* pClassName_c;   // "ComramDriverApi": used in the log lines
+    const char* pNodeName_c;    // "comram": the node is /dev/comram0
+    const char* pModule_c;      // "drv_comram"
+    uint32_t InitIoctl_U32;     // sent after a fresh module load
+    uint32_t ShutdownIoctl_U32; // sent before closing when the device is to be shut down
+    bool TracesMissingNode_B;   // the ComRAM handle notes a missing node in its trace
     // Drivers that serve their interrupt in a kernel thread, "(irq/<number>-<node name>)": after
     // a module load it gets this real-time priority. -1: no such thread.
     int32_t Interrupt_S32 = -1;
@@ -38,7 +40,7 @@ protected:
     virtual int32_t CloseNode() = 0;
     int32_t CloseHandle(bool shutdownDevice);
 
-    // 22 for a bad index or a null parameter record.
+    // DRIVER_STATUS_BAD_ARGUMENT for a bad index or a null parameter record.
     static int32_t S_CheckArguments(unsigned int index, const void* param);
     int32_t OpenDeviceFile();
     void CloseDeviceFile();
@@ -46,7 +48,7 @@ protected:
 
     const SDriverDescriptor& mDescriptor_X;
     int32_t mKrpcBoardType_S32;
-    int32_t mStatus_S32 = 9;
+    int32_t mStatus_S32 = DRIVER_STATUS_NOT_READY;
     int32_t mFd_S32 = -1;
     int32_t mTraceFd_S32 = -1;
     char mNodePath_c[64] = {};

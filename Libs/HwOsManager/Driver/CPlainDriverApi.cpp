@@ -23,7 +23,7 @@ int32_t CPlainDriverApi::CloseDevice(unsigned int index, const void* param)
     }
     if (mFd_S32 < 0)
     {
-        return 24;
+        return DRIVER_STATUS_DEVICE_FILE;
     }
     CloseDeviceFile();
     return 0;

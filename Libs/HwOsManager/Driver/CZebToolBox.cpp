@@ -2,6 +2,7 @@
 
 #include "BofSystem.h"
 #include "CTscTimer.h"
+#include "ComramCommandZone.h"
 #include "ComramDriverApi.h"
 #include "Q7KInfos.h"
 #include "Q7KManagement.h"
@@ -10,25 +11,14 @@
 
 namespace
 {
-constexpr uint32_t SCRATCH_SIZE = 1536;
-constexpr uint32_t OFFSET_STATUS = 0x0001;
-constexpr uint32_t OFFSET_INTERFACE0_FLAG = 0x0003;
-constexpr uint32_t OFFSET_MEMORY_CHECK = 0x0004;
-constexpr uint32_t OFFSET_RESET = 0x7FFD;
-constexpr uint32_t OFFSET_DOORBELL = 0x7FFF;
-constexpr uint32_t MAILBOX_INTERFACE1 = 0x2F24;
-constexpr uint32_t MAILBOX_INTERFACE2 = 0x3024;
-constexpr uint8_t STATUS_PENDING = 0x80;
-// A byte read from a board that is not driving the bus.
-constexpr uint8_t STATUS_FLOATING = 0xFF;
 constexpr uint32_t MEMORY_CHECK_WORD = 0xA5005AFF;
-constexpr uint32_t COMMAND_TIMEOUT = 0xFFFFFFFF;
 // About 4 ms of bus reads: far longer than the board takes to finish writing a status byte.
 constexpr uint32_t UNSETTLED_TRIES_AFTER_DEADLINE = 1000;
 constexpr uint32_t COMMAND_CALIBRATION_MS = 200;
 constexpr uint32_t WAIT_CALIBRATION_MS = 2000;
 } // namespace
 
+using namespace CommandZone;
 using ORX::KV::Hardware::Q7KHelpers::Q7KInfos;
 using ORX::KV::Hardware::Q7KHelpers::Q7KRegisters;
 namespace IOBus = ORX::KV::Hardware::Q7KHelpers::IOBus;
@@ -41,8 +31,6 @@ CZebToolBox::CZebToolBox(SYS_CTL_BOARD_TYPE type)
     {
         mpCommandZone_U8 = pComram_X->Byte_U8;
     }
-    mpScratch_U8 = new uint8_t[SCRATCH_SIZE];
-    mScratchSize_U32 = SCRATCH_SIZE;
     mUCodeInterface_U32 = 0;
     mSleepWhilePolling_S32 = 0;
     mBoardInfos_X.BoardType = type;
@@ -50,16 +38,9 @@ CZebToolBox::CZebToolBox(SYS_CTL_BOARD_TYPE type)
     {
         DetectQ7K();
     }
-    else if (type == SYS_CTL_BOARD_TYPE_Q5K)
-    {
-        mTakesWakeUpStep_S32 = 1;
-    }
 }
 
-CZebToolBox::~CZebToolBox()
-{
-    delete[] mpScratch_U8;
-}
+CZebToolBox::~CZebToolBox() = default;
 
 void CZebToolBox::DetectQ7K()
 {
@@ -97,17 +78,17 @@ uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs)
 
 uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode)
 {
-    return ExecuteUCodeCommand(opcode, 1000, mUCodeInterface_U32);
+    return ExecuteUCodeCommand(opcode, S_COMMAND_TIMEOUT_MS, mUCodeInterface_U32);
 }
 
 uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, uint32_t interface)
 {
     if (mpCommandZone_U8 == nullptr)
     {
-        return COMMAND_TIMEOUT;
+        return S_COMMAND_TIMED_OUT;
     }
     CTscTimer timer_O(COMMAND_CALIBRATION_MS);
-    uint32_t mailbox_U32 = 0;
+    uint32_t mailbox_U32 = OFFSET_OPCODE;
     if (interface == 1)
     {
         mailbox_U32 = MAILBOX_INTERFACE1;
@@ -120,7 +101,7 @@ uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, ui
     // Microseconds in 32 bits: longer timeouts are held at the largest that fits, not wrapped.
     const uint32_t maxMs_U32 = 0xFFFFFFFFu / 1000u;
     timer_O.reset((timeoutMs < maxMs_U32 ? timeoutMs : maxMs_U32) * 1000u);
-    pMailbox_U8[0] = opcode;
+    pMailbox_U8[OFFSET_OPCODE] = opcode;
     pMailbox_U8[OFFSET_STATUS] = STATUS_PENDING;
     if (interface == 0)
     {
@@ -139,7 +120,7 @@ uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, ui
             // tries to settle; a byte that never settles must not keep us here for ever.
             if (timer_O.isTimedOut() && ++lateTries_U32 > UNSETTLED_TRIES_AFTER_DEADLINE)
             {
-                return COMMAND_TIMEOUT;
+                return S_COMMAND_TIMED_OUT;
             }
         }
         const uint8_t confirm_U8 = pMailbox_U8[OFFSET_STATUS];
@@ -153,7 +134,7 @@ uint32_t CZebToolBox::ExecuteUCodeCommand(uint8_t opcode, uint32_t timeoutMs, ui
         }
         if (timedOut_B)
         {
-            return COMMAND_TIMEOUT;
+            return S_COMMAND_TIMED_OUT;
         }
     }
 }
@@ -192,7 +173,8 @@ uint32_t CZebToolBox::WaitDPRAMAvailable(uint32_t seconds)
         return 0;
     }
     CTscTimer timer_O(WAIT_CALIBRATION_MS);
-    volatile uint32_t* pCheck_U32 = reinterpret_cast<volatile uint32_t*>(mpCommandZone_U8 + OFFSET_MEMORY_CHECK);
+    volatile uint32_t* pCheck_U32 =
+        reinterpret_cast<volatile uint32_t*>(mpCommandZone_U8 + OFFSET_MEMORY_CHECK);
     uint32_t tries_U32 = 0;
     for (;;)
     {
@@ -221,7 +203,7 @@ uint32_t CZebToolBox::WaitBootstrapAvailable(uint32_t seconds)
     const uint64_t limit_U64 = static_cast<uint64_t>(seconds) * 1000u;
     for (;;)
     {
-        if (ExecuteUCodeCommand(0x01, 1000) == 0)
+        if (ExecuteUCodeCommand(OPCODE_PRESENCE, S_COMMAND_TIMEOUT_MS) == 0)
         {
             return 1;
         }

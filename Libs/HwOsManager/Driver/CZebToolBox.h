@@ -8,6 +8,11 @@
 class CZebToolBox
 {
 public:
+    // Result of a command that the board never answered.
+    static constexpr uint32_t S_COMMAND_TIMED_OUT = 0xFFFFFFFF;
+    // Timeout of the commands that take none from the caller.
+    static constexpr uint32_t S_COMMAND_TIMEOUT_MS = 1000;
+
     explicit CZebToolBox(SYS_CTL_BOARD_TYPE type);
     ~CZebToolBox();
     CZebToolBox(const CZebToolBox&) = delete;
@@ -42,16 +47,12 @@ private:
     uint32_t ReadVersion(bool nibbleSplit);
     void DetectQ7K();
     void BusyWait(CTscTimer& timer, uint32_t milliseconds);
-    void WriteLittleEndian(uint32_t offset, uint32_t value, uint32_t width);
-    uint32_t ReadLittleEndian(uint32_t offset, uint32_t width) const;
     uint32_t BootstrapWrite(uint8_t opcode, uint32_t address, uint32_t value, uint32_t width);
-    uint32_t BootstrapRead(uint8_t opcode, uint32_t address, uint32_t* value, uint32_t width);
+    // Reads a field of sizeof(T) bytes into *out (when given).
+    template <class T> uint32_t BootstrapRead(uint8_t opcode, uint32_t address, T* out);
 
     volatile uint8_t* mpCommandZone_U8 = nullptr;
-    int32_t mTakesWakeUpStep_S32 = 0;
     SZebBoardInfos mBoardInfos_X = {};
-    uint8_t* mpScratch_U8 = nullptr;
-    uint32_t mScratchSize_U32 = 0;
     uint32_t mUCodeInterface_U32 = 0;
     int32_t mSleepWhilePolling_S32 = 0;
 };

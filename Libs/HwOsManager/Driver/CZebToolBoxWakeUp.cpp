@@ -1,10 +1,13 @@
 // Board wake-up: reset, memory and bootstrap checks, identification; the Q7K power cycles.
 #include "BofSystem.h"
 #include "CZebToolBox.h"
+#include "ComramCommandZone.h"
 #include "Q7KComRAM.h"
 #include "Vx20xPsu.h"
 
 #include <time.h>
+
+using namespace CommandZone;
 
 namespace
 {
@@ -15,6 +18,9 @@ constexpr uint32_t WAKEUP_NO_IDENTIFICATION = 3;
 constexpr uint32_t WAKEUP_NO_VERSION = 4;
 constexpr uint32_t WAKEUP_NO_STEP_92 = 5;
 constexpr uint32_t WAKEUP_NO_I2C = 6;
+
+// Passed for form: the toolbox's I2C request leaves the device byte as it stands.
+constexpr uint8_t PROBE_I2C_DEVICE = 0xA2;
 
 constexpr uint32_t Q7K_POWER_CYCLES = 5;
 constexpr uint32_t Q7K_HANDSHAKES = 30;
@@ -68,11 +74,11 @@ uint32_t CZebToolBox::WakeUpAttempt(bool* retry)
     *retry = false;
     mBoardInfos_X = SZebBoardInfos{};
     mBoardInfos_X.BoardType = SYS_CTL_BOARD_TYPE_UNKNOWN;
-    if (ExecuteUCodeCommand(0x05, 1000) != 0)
+    if (ExecuteUCodeCommand(OPCODE_IDENTIFICATION, S_COMMAND_TIMEOUT_MS) != 0)
     {
         return WAKEUP_NO_IDENTIFICATION;
     }
-    mBoardInfos_X.BoardID = mpCommandZone_U8[0x0004];
+    mBoardInfos_X.BoardID = mpCommandZone_U8[OFFSET_MEMORY_CHECK];
     const uint8_t family_U8 = mBoardInfos_X.BoardID & 0xF0;
     if (family_U8 == 0xC0)
     {
@@ -81,12 +87,11 @@ uint32_t CZebToolBox::WakeUpAttempt(bool* retry)
         return ReadVersion(true);
     }
     mBoardInfos_X.BoardType = family_U8 == 0xB0 ? SYS_CTL_BOARD_TYPE_Q5K : SYS_CTL_BOARD_TYPE_ZEBX;
-    mTakesWakeUpStep_S32 = 1;
-    if (ExecuteUCodeCommand(0x92, 1000) != 0)
+    if (ExecuteUCodeCommand(OPCODE_WAKEUP_STEP, S_COMMAND_TIMEOUT_MS) != 0)
     {
         return WAKEUP_NO_STEP_92;
     }
-    if (I2CService(0xA2, 0, nullptr, 0, nullptr) != 0)
+    if (I2CService(PROBE_I2C_DEVICE, 0, nullptr, 0, nullptr) != 0)
     {
         MCF547xI2CReset();
         *retry = true;
@@ -97,12 +102,12 @@ uint32_t CZebToolBox::WakeUpAttempt(bool* retry)
 
 uint32_t CZebToolBox::ReadVersion(bool nibbleSplit)
 {
-    if (ExecuteUCodeCommand(0x03, 1000) != 0)
+    if (ExecuteUCodeCommand(OPCODE_VERSION, S_COMMAND_TIMEOUT_MS) != 0)
     {
         return WAKEUP_NO_VERSION;
     }
-    const uint8_t version_U8 = mpCommandZone_U8[0x0002];
-    const uint8_t second_U8 = mpCommandZone_U8[0x0003];
+    const uint8_t version_U8 = mpCommandZone_U8[OFFSET_ADDRESS];
+    const uint8_t second_U8 = mpCommandZone_U8[OFFSET_INTERFACE0_FLAG];
     if (!nibbleSplit)
     {
         mBoardInfos_X.PCBVersion = version_U8;
@@ -133,13 +138,14 @@ uint32_t CZebToolBox::WakeUpQ7K()
         Bof_Sleep(10000);
         for (uint32_t handshake_U32 = 0; handshake_U32 < Q7K_HANDSHAKES; ++handshake_U32)
         {
-            comram_O.write(0, 1);
-            comram_O.write(1, 0x80);
-            comram_O.write(0x7FFF, 0);
+            // The Q7K's micro-code looks at the mailbox on any doorbell write, whatever the value.
+            comram_O.write(OFFSET_OPCODE, OPCODE_PRESENCE);
+            comram_O.write(OFFSET_STATUS, STATUS_PENDING);
+            comram_O.write(OFFSET_DOORBELL, 0);
             const int64_t start_S64 = MonotonicNs();
             for (;;)
             {
-                if (comram_O.read(1) != 0x80)
+                if (comram_O.read(OFFSET_STATUS) != STATUS_PENDING)
                 {
                     Bof_Sleep(1000);
                     return WAKEUP_OK;

@@ -1,5 +1,3 @@
 #include "CeDspUart.h"
 
-CeDspUart::CeDspUart(DspUartDriverApi* driver) : mpDriver_O(driver)
-{
-}
+CeDspUart::CeDspUart(DspUartDriverApi* driver) : mpDriver_O(driver) {}

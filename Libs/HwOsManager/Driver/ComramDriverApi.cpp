@@ -8,7 +8,7 @@
 
 namespace
 {
-const SDriverDescriptor S_ComramDescriptor_X = {"ComramDriverApi", "comram", "drv_comram",
+const SDriverDescriptor S_ComramDescriptor_X = {"ComramDriverApi", "comram",   "drv_comram",
                                                 0x40046E10,        0x40046E12, true};
 constexpr unsigned long IOCTL_GET_CONFIG = 0x80206E01;
 // Words of the driver's configuration record.
@@ -68,7 +68,8 @@ void ComramDriverApi::Publish(volatile uint8_t* comram)
 
 volatile uint8_t* ComramDriverApi::Map(uint32_t length, uint32_t offset)
 {
-    void* pArea = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, mFd_S32, static_cast<off_t>(offset));
+    void* pArea =
+        mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, mFd_S32, static_cast<off_t>(offset));
     return pArea == MAP_FAILED ? nullptr : static_cast<volatile uint8_t*>(pArea);
 }
 
@@ -93,7 +94,7 @@ int32_t ComramDriverApi::OpenDevice(unsigned int index, COMRAM_OPENDEVICE* param
     if (mpComram_U8 == nullptr)
     {
         Publish(nullptr);
-        return 18;
+        return DRIVER_STATUS_MAP_FAILED;
     }
     if (mKrpcBoardType_S32 == 0)
     {
@@ -114,7 +115,7 @@ int32_t ComramDriverApi::OpenDevice(unsigned int index, COMRAM_OPENDEVICE* param
 int32_t ComramDriverApi::MapIoArea()
 {
     mpIoArea_U8 = Map(mConfig_U32[CFG_IO_LENGTH], mConfig_U32[CFG_IO_OFFSET]);
-    return mpIoArea_U8 == nullptr ? 18 : 0;
+    return mpIoArea_U8 == nullptr ? DRIVER_STATUS_MAP_FAILED : DRIVER_STATUS_OK;
 }
 
 int32_t ComramDriverApi::CloseDevice(unsigned int index, COMRAM_CLOSEDEVICE* param)
@@ -126,7 +127,7 @@ int32_t ComramDriverApi::CloseDevice(unsigned int index, COMRAM_CLOSEDEVICE* par
     }
     if (mFd_S32 < 0)
     {
-        return 24;
+        return DRIVER_STATUS_DEVICE_FILE;
     }
     if (mpComram_U8 != nullptr)
     {
@@ -150,42 +151,44 @@ int32_t ComramDriverApi::CloseDevice(unsigned int index, COMRAM_CLOSEDEVICE* par
     return 0;
 }
 
+int32_t ComramDriverApi::CheckPointerQuery(unsigned int index, const void* out) const
+{
+    const int32_t check_S32 = S_CheckArguments(index, out);
+    if (check_S32 != DRIVER_STATUS_OK)
+    {
+        return check_S32;
+    }
+    return mFd_S32 < 0 ? DRIVER_STATUS_NOT_READY : DRIVER_STATUS_OK;
+}
+
 int32_t ComramDriverApi::GetComramPointer(unsigned int index, _MMAP_COMRAM volatile** out)
 {
-    if (index != 0 || out == nullptr)
+    const int32_t check_S32 = CheckPointerQuery(index, out);
+    if (check_S32 == DRIVER_STATUS_OK)
     {
-        return 22;
+        *out = reinterpret_cast<_MMAP_COMRAM volatile*>(mpComram_U8);
     }
-    if (mFd_S32 < 0)
-    {
-        return 9;
-    }
-    *out = reinterpret_cast<_MMAP_COMRAM volatile*>(mpComram_U8);
-    return 0;
+    return check_S32;
 }
 
 int32_t ComramDriverApi::GetBaseIsaIoPointer(unsigned int index, volatile uint8_t** out)
 {
-    if (index != 0 || out == nullptr)
+    const int32_t check_S32 = CheckPointerQuery(index, out);
+    if (check_S32 == DRIVER_STATUS_OK)
     {
-        return 22;
+        *out = mpIoArea_U8;
     }
-    if (mFd_S32 < 0)
-    {
-        return 9;
-    }
-    *out = mpIoArea_U8;
-    return 0;
+    return check_S32;
 }
 
 int32_t ComramDriverApi::GetComramPointer(uintptr_t instance, unsigned int index, _MMAP_COMRAM volatile** out)
 {
     ComramDriverApi* pApi = reinterpret_cast<ComramDriverApi*>(instance);
-    return pApi == nullptr ? 9 : pApi->GetComramPointer(index, out);
+    return pApi == nullptr ? DRIVER_STATUS_NOT_READY : pApi->GetComramPointer(index, out);
 }
 
 int32_t ComramDriverApi::GetBaseIsaIoPointer(uintptr_t instance, unsigned int index, volatile uint8_t** out)
 {
     ComramDriverApi* pApi = reinterpret_cast<ComramDriverApi*>(instance);
-    return pApi == nullptr ? 9 : pApi->GetBaseIsaIoPointer(index, out);
+    return pApi == nullptr ? DRIVER_STATUS_NOT_READY : pApi->GetBaseIsaIoPointer(index, out);
 }

@@ -17,12 +17,12 @@ public:
     int32_t CloseDevice(unsigned int index, COMRAM_CLOSEDEVICE* param);
     int32_t CloseInstance(bool shutdownDevice);
 
-    // 22 for a bad index or null output, 9 when the device is not open, else 0 with the
-    // pointer stored (null when the mapping failed).
+    // DRIVER_STATUS_BAD_ARGUMENT for a bad index or null output, DRIVER_STATUS_NOT_READY when
+    // the device is not open, else 0 with the pointer stored (null when the mapping failed).
     int32_t GetComramPointer(unsigned int index, _MMAP_COMRAM volatile** out);
     int32_t GetBaseIsaIoPointer(unsigned int index, volatile uint8_t** out);
 
-    // Forms taking the handle as found in the interface record: a null handle reports 9
+    // Forms taking the handle as found in the interface record: a null handle reports DRIVER_STATUS_NOT_READY
     // and leaves the output untouched.
     static int32_t GetComramPointer(uintptr_t instance, unsigned int index, _MMAP_COMRAM volatile** out);
     static int32_t GetBaseIsaIoPointer(uintptr_t instance, unsigned int index, volatile uint8_t** out);
@@ -42,6 +42,8 @@ private:
     int32_t CloseNode() override;
     void Publish(volatile uint8_t* comram);
     int32_t MapIoArea();
+    // The argument and open-state checks of the pointer getters.
+    int32_t CheckPointerQuery(unsigned int index, const void* out) const;
     volatile uint8_t* Map(uint32_t length, uint32_t offset);
 
     volatile uint8_t* mpComram_U8 = nullptr;

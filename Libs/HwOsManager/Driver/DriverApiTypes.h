@@ -2,6 +2,17 @@
 // Records shared by the driver handle family.
 #include <cstdint>
 
+// Statuses of the driver handles; ioctl and command results pass through beside them.
+constexpr int32_t DRIVER_STATUS_OK = 0;
+// Not yet constructed, or the device is not open.
+constexpr int32_t DRIVER_STATUS_NOT_READY = 9;
+// The communication RAM or the I/O area could not be mapped.
+constexpr int32_t DRIVER_STATUS_MAP_FAILED = 18;
+// An index other than 0, or a null record or output.
+constexpr int32_t DRIVER_STATUS_BAD_ARGUMENT = 22;
+// The device is already open, not open, or cannot be opened.
+constexpr int32_t DRIVER_STATUS_DEVICE_FILE = 24;
+
 // The communication RAM as the host maps it; addressed by byte offsets.
 struct _MMAP_COMRAM
 {

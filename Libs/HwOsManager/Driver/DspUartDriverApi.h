@@ -4,7 +4,8 @@
 #include "DriverApiTypes.h"
 #include "TDriverSingleton.h"
 
-class DspUartDriverApi final : public CPlainDriverApi, public TDriverSingleton<DspUartDriverApi, DSPUARTDRIVERAPIPARAM>
+class DspUartDriverApi final : public CPlainDriverApi,
+                               public TDriverSingleton<DspUartDriverApi, DSPUARTDRIVERAPIPARAM>
 {
 public:
     explicit DspUartDriverApi(DSPUARTDRIVERAPIPARAM* param);

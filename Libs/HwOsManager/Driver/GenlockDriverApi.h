@@ -4,7 +4,8 @@
 #include "DriverApiTypes.h"
 #include "TDriverSingleton.h"
 
-class GenlockDriverApi final : public CPlainDriverApi, public TDriverSingleton<GenlockDriverApi, GENLOCKDRIVERAPIPARAM>
+class GenlockDriverApi final : public CPlainDriverApi,
+                               public TDriverSingleton<GenlockDriverApi, GENLOCKDRIVERAPIPARAM>
 {
 public:
     explicit GenlockDriverApi(GENLOCKDRIVERAPIPARAM* param);

@@ -1,5 +1,7 @@
 #pragma once
 // Layouts of the unit's identity record as stored in the codec board's EEPROM (little-endian).
+#include "keyDriver.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -40,7 +42,7 @@ struct OLDSETTINGS
 };
 #pragma pack(pop)
 
-constexpr uint32_t EEPROM_PAGE_SIZE = 64;
+constexpr uint32_t EEPROM_PAGE_SIZE = keyDriver::S_EEPROM_PAGE_SIZE;
 constexpr uint32_t SETTINGS_PAGE_COUNT = 20;
 constexpr uint32_t SETTINGS_CHECKSUM_SPAN = 1216;
 constexpr uint32_t OLDSETTINGS_CHECKSUM_SPAN = 101;

@@ -14,21 +14,13 @@ KVDRIVER_PINGUINTERFACE GL_PinguInterface_X = {};
 KvDriverApi* KvDriverApi::S_mpKvDriverApiInstance = nullptr;
 bool KvDriverApi::S_mDoDeviceShutdown = false;
 
-namespace
-{
-constexpr uint32_t MASK_TIMECODE = 0x1;
-constexpr uint32_t MASK_GENLOCK = 0x2;
-constexpr uint32_t MASK_DSPUART = 0x4;
-constexpr uint32_t MASK_COMRAM = 0x8;
-} // namespace
-
 KvDriverApi* KvDriverApi::S_GetInstance(uint32_t mask)
 {
     if (mask == 0 || S_mpKvDriverApiInstance != nullptr)
     {
         return S_mpKvDriverApiInstance;
     }
-    KVDRIVERAPIPARAM param_X = {mask, 0, 9};
+    KVDRIVERAPIPARAM param_X = {mask, 0, DRIVER_STATUS_NOT_READY};
     S_mpKvDriverApiInstance = new KvDriverApi(&param_X);
     if (param_X.Status_S32 != 0)
     {
@@ -52,9 +44,9 @@ KvDriverApi::KvDriverApi(KVDRIVERAPIPARAM* param)
     mBoardType_S32 = mKrpcBoardType_S32;
     uint32_t mask_U32 = param != nullptr ? param->Mask_U32 : 0;
     // Genlock and the DSP UART lean on the timecode driver.
-    if ((mask_U32 & (MASK_GENLOCK | MASK_DSPUART)) != 0)
+    if ((mask_U32 & (S_MASK_GENLOCK | S_MASK_DSPUART)) != 0)
     {
-        mask_U32 |= MASK_TIMECODE;
+        mask_U32 |= S_MASK_TIMECODE;
     }
     mMask_U32 = mask_U32;
     mStatus_S32 = OpenDrivers();
@@ -70,7 +62,7 @@ int32_t KvDriverApi::OpenDrivers()
 {
     // The failure weights are uneven on purpose; callers only compare the status with 0.
     int32_t step_S32 = 0;
-    if ((mMask_U32 & MASK_TIMECODE) != 0)
+    if ((mMask_U32 & S_MASK_TIMECODE) != 0)
     {
         TimecodeDriverApi* pTimecode = TimecodeDriverApi::S_GetInstance();
         if (pTimecode == nullptr)
@@ -80,7 +72,7 @@ int32_t KvDriverApi::OpenDrivers()
         mInterface_X[PINGU_TIMECODE] = reinterpret_cast<uintptr_t>(pTimecode);
         step_S32 = 1;
     }
-    if ((mMask_U32 & MASK_GENLOCK) != 0)
+    if ((mMask_U32 & S_MASK_GENLOCK) != 0)
     {
         ++step_S32;
         GenlockDriverApi* pGenlock = GenlockDriverApi::S_GetInstance();
@@ -90,7 +82,7 @@ int32_t KvDriverApi::OpenDrivers()
         }
         mInterface_X[PINGU_GENLOCK] = reinterpret_cast<uintptr_t>(pGenlock);
     }
-    if ((mMask_U32 & MASK_DSPUART) != 0)
+    if ((mMask_U32 & S_MASK_DSPUART) != 0)
     {
         DspUartDriverApi* pDspUart = DspUartDriverApi::S_GetInstance();
         if (pDspUart == nullptr)
@@ -102,7 +94,7 @@ int32_t KvDriverApi::OpenDrivers()
         mpCeDspUart_O = new CeDspUart(pDspUart);
         mInterface_X[PINGU_CEDSPUART] = reinterpret_cast<uintptr_t>(mpCeDspUart_O);
     }
-    if ((mMask_U32 & MASK_COMRAM) != 0)
+    if ((mMask_U32 & S_MASK_COMRAM) != 0)
     {
         ComramDriverApi* pComram = ComramDriverApi::S_GetInstance();
         if (pComram == nullptr)
@@ -130,7 +122,7 @@ int32_t KvDriverApi::GetKvDriverInterface(KVDRIVER_PINGUINTERFACE* out)
 {
     if (out == nullptr)
     {
-        return 22;
+        return DRIVER_STATUS_BAD_ARGUMENT;
     }
     for (int entry = 0; entry < 6; ++entry)
     {
@@ -146,10 +138,10 @@ int32_t KvDriverApi::KrpcBoardType()
 
 int32_t KvDriverApi::S_GetKvDriverInterface(KvDriverApi* api, KVDRIVER_PINGUINTERFACE* out)
 {
-    return api == nullptr ? 9 : api->GetKvDriverInterface(out);
+    return api == nullptr ? DRIVER_STATUS_NOT_READY : api->GetKvDriverInterface(out);
 }
 
 int32_t KvDriverApi::S_KrpcBoardType(KvDriverApi* api)
 {
-    return api == nullptr ? 9 : api->KrpcBoardType();
+    return api == nullptr ? DRIVER_STATUS_NOT_READY : api->KrpcBoardType();
 }

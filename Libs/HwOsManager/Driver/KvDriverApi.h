@@ -7,16 +7,22 @@ class CeDspUart;
 class KvDriverApi
 {
 public:
+    // Bits of the mask: the drivers to open.
+    static constexpr uint32_t S_MASK_TIMECODE = 0x1;
+    static constexpr uint32_t S_MASK_GENLOCK = 0x2;
+    static constexpr uint32_t S_MASK_DSPUART = 0x4;
+    static constexpr uint32_t S_MASK_COMRAM = 0x8;
+
     // Mask 0 returns the existing instance (or null) and creates nothing.
     static KvDriverApi* S_GetInstance(uint32_t mask);
     static void S_ReleaseInstance(bool shutdownDevice);
 
-    // 22 for a null pointer, else the construction status.
+    // DRIVER_STATUS_BAD_ARGUMENT for a null pointer, else the construction status.
     int32_t GetKvDriverInterface(KVDRIVER_PINGUINTERFACE* out);
     int32_t KrpcBoardType();
 
     // Null-safe forms for callers that hold a handle that may be null: a null handle
-    // reports 9 (not constructed) and leaves the output untouched.
+    // reports DRIVER_STATUS_NOT_READY and leaves the output untouched.
     static int32_t S_GetKvDriverInterface(KvDriverApi* api, KVDRIVER_PINGUINTERFACE* out);
     static int32_t S_KrpcBoardType(KvDriverApi* api);
 
@@ -31,7 +37,7 @@ private:
 
     uint32_t mMask_U32 = 0;
     int32_t mKrpcBoardType_S32 = 0;
-    int32_t mStatus_S32 = 9;
+    int32_t mStatus_S32 = DRIVER_STATUS_NOT_READY;
     KVDRIVER_PINGUINTERFACE mInterface_X = {};
     int32_t mTraceFd_S32 = -1;
     int32_t mBoardType_S32 = 0;

@@ -44,7 +44,8 @@ public:
             {
                 return true;
             }
-            // Whole milliseconds of the elapsed time: rounding each reading could give up a millisecond early.
+            // Whole milliseconds of the elapsed time: rounding each reading could give up a millisecond
+            // early.
             if ((S_NowNs() - start_S64) / 1000000 > static_cast<int64_t>(timeoutMs))
             {
                 return false;

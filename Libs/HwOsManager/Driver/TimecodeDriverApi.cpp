@@ -2,7 +2,8 @@
 
 namespace
 {
-const SDriverDescriptor S_TimecodeDescriptor_X = {"TimecodeDriverApi", "timecode", "drv_timecode", 0x40046B10, 0x40046B12, false};
+const SDriverDescriptor S_TimecodeDescriptor_X = {"TimecodeDriverApi", "timecode", "drv_timecode",
+                                                  0x40046B10,          0x40046B12, false};
 }
 
 TimecodeDriverApi::TimecodeDriverApi(TIMECODEDRIVERAPIPARAM* param)

@@ -4,7 +4,8 @@
 #include "DriverApiTypes.h"
 #include "TDriverSingleton.h"
 
-class TimecodeDriverApi final : public CPlainDriverApi, public TDriverSingleton<TimecodeDriverApi, TIMECODEDRIVERAPIPARAM>
+class TimecodeDriverApi final : public CPlainDriverApi,
+                                public TDriverSingleton<TimecodeDriverApi, TIMECODEDRIVERAPIPARAM>
 {
 public:
     explicit TimecodeDriverApi(TIMECODEDRIVERAPIPARAM* param);

@@ -36,8 +36,9 @@ public:
 private:
     bool WaitHandshake(uint32_t extraPolls_U32, uint8_t* pHandshake_U8);
     void StoreLastStatus(uint8_t handshake_U8);
-    void WriteLe(uint32_t offset_U32, uint32_t value_U32, uint32_t bytes_U32);
-    uint32_t ReadLe32(uint32_t offset_U32) const;
+    // One transfer to the EEPROM; when it is busy in a write cycle, waits for it and tries once more.
+    unsigned short TransferPollingBusy(unsigned short writeCount, unsigned char* writeData,
+                                       unsigned short readCount, unsigned char* readData);
 
     volatile uint8_t* mpComram_U8 = nullptr;
     bool mDetected_B = false;

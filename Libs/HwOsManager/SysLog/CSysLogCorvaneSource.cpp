@@ -1,4 +1,5 @@
 #include "CSysLogCorvaneSource.h"
+#include "CCriticalSectionGuard.h"
 #include "CSysLogMessage.h"
 #include "CSysLogServer.h"
 #include <cstdarg>
@@ -42,17 +43,24 @@ void CSysLogCorvaneSource::LogMessage(unsigned int channel, unsigned char critic
     }
 
     CSysLogMessage message;
-    Bof_EnterCriticalSection(&mCriticalSection_X);
+    CCriticalSectionGuard guard_O(mCriticalSection_X);
     uint32_t sequence_U32 = mpSequence_U32[channel]++;
     message.MakeMessage(channel, criticity, mServer_O.GetTimeStamp(), errorCode, subId, context, sequence_U32,
                         pText_c);
     mRingBuffer_O.Push(reinterpret_cast<unsigned char*>(&message), message.GetWireSize());
-    Bof_LeaveCriticalSection(&mCriticalSection_X);
 }
 
 void CSysLogCorvaneSource::ReadMessage(CSysLogMessage* message)
 {
-    Bof_EnterCriticalSection(&mCriticalSection_X);
+    {
+        CCriticalSectionGuard guard_O(mCriticalSection_X);
+        ReadLocked(message);
+    }
+    LogRingBufferCorruption();
+}
+
+void CSysLogCorvaneSource::ReadLocked(CSysLogMessage* message)
+{
     if (message == nullptr)
     {
         mRingBuffer_O.Pop(nullptr, nullptr);
@@ -75,8 +83,6 @@ void CSysLogCorvaneSource::ReadMessage(CSysLogMessage* message)
             message->Init();
         }
     }
-    Bof_LeaveCriticalSection(&mCriticalSection_X);
-    LogRingBufferCorruption();
 }
 
 unsigned int CSysLogCorvaneSource::GiveLoad()
@@ -85,20 +91,21 @@ unsigned int CSysLogCorvaneSource::GiveLoad()
     {
         return 0;
     }
-    Bof_EnterCriticalSection(&mCriticalSection_X);
-    uint64_t load_U64 =
-        static_cast<uint64_t>(mRingBuffer_O.GetNbBytesUsed()) * 100u / mRingBuffer_O.GetCapacity();
-    Bof_LeaveCriticalSection(&mCriticalSection_X);
-    return static_cast<unsigned int>(load_U64);
+    CCriticalSectionGuard guard_O(mCriticalSection_X);
+    return static_cast<unsigned int>(static_cast<uint64_t>(mRingBuffer_O.GetNbBytesUsed()) * 100u /
+                                     mRingBuffer_O.GetCapacity());
 }
 
 void CSysLogCorvaneSource::LogRingBufferCorruption()
 {
-    Bof_EnterCriticalSection(&mCriticalSection_X);
-    SRingBufferCorruption corruption_X = mRingBuffer_O.GetCorruption();
-    bool report_B = corruption_X.mSeen_B && !mCorruptionReported_B;
-    mCorruptionReported_B = mCorruptionReported_B || report_B;
-    Bof_LeaveCriticalSection(&mCriticalSection_X);
+    SRingBufferCorruption corruption_X = {};
+    bool report_B = false;
+    {
+        CCriticalSectionGuard guard_O(mCriticalSection_X);
+        corruption_X = mRingBuffer_O.GetCorruption();
+        report_B = corruption_X.mSeen_B && !mCorruptionReported_B;
+        mCorruptionReported_B = mCorruptionReported_B || report_B;
+    }
     if (!report_B)
     {
         return;

@@ -33,6 +33,8 @@ protected:
     CRingBuffer mRingBuffer_O;
 
 private:
+    // ReadMessage's work, done while the caller holds the section.
+    void ReadLocked(CSysLogMessage* message);
     bool mCorruptionReported_B;
     uint32_t mpSequence_U32[SYSLOG_NB_CHANNEL];
     char mpCorruptionPath_c[PATH_MAX];

@@ -1,3 +1,4 @@
 #include "CFileUtils.h"
 
-// Anchors the class's virtual table in this library.
+// The destructor is defined here so that the class's virtual table is emitted once, in this library.
+OrxHwLGPL::CFileUtils::~CFileUtils() = default;

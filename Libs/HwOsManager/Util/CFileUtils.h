@@ -7,6 +7,6 @@ class CFileUtils
 {
 public:
     CFileUtils() = default;
-    virtual ~CFileUtils() = default;
+    virtual ~CFileUtils();
 };
 } // namespace OrxHwLGPL

@@ -9,17 +9,12 @@ namespace
 {
 // The system's own tool directories only; a C locale so messages and parsing do not depend on
 // the caller's settings.
-const char* const kCleanEnvironment[] = {
+const char* const S_ppCleanEnvironment_c[] = {
     "PATH=/usr/sbin:/usr/bin:/sbin:/bin",
     "LC_ALL=C",
     nullptr,
 };
 } // namespace
-
-const char* const* CSystemCommand::CleanEnvironment()
-{
-    return kCleanEnvironment;
-}
 
 int CSystemCommand::Run(const char* command)
 {
@@ -45,7 +40,7 @@ int CSystemCommand::Run(const char* command)
     // system() hands the current environ to the shell it spawns; swapping it for the call keeps
     // the caller's variables out without touching the process's own environment afterwards.
     char** saved = environ;
-    environ = const_cast<char**>(kCleanEnvironment);
+    environ = const_cast<char**>(S_ppCleanEnvironment_c);
     const int result = system(command);
     environ = saved;
     if (null_S32 >= 0)

@@ -9,7 +9,4 @@ public:
     // PATH, IFS, ENV, BASH_ENV, LD_* or locale must not choose what that shell runs.
     // The command's standard streams are /dev/null. Returns system()'s result.
     static int Run(const char* command);
-
-    // The environment the command sees, null-terminated.
-    static const char* const* CleanEnvironment();
 };

@@ -1,6 +1,8 @@
 #include "BofSync.h"
 
-int Bof_InitPriorityInheritingMutex(pthread_mutex_t* mutex)
+namespace
+{
+int InitPriorityInheritingMutex(pthread_mutex_t* mutex, int type)
 {
     pthread_mutexattr_t attributes_X;
     int status_S32 = pthread_mutexattr_init(&attributes_X);
@@ -8,10 +10,22 @@ int Bof_InitPriorityInheritingMutex(pthread_mutex_t* mutex)
     {
         return status_S32;
     }
+    pthread_mutexattr_settype(&attributes_X, type);
     pthread_mutexattr_setprotocol(&attributes_X, PTHREAD_PRIO_INHERIT);
     status_S32 = pthread_mutex_init(mutex, &attributes_X);
     pthread_mutexattr_destroy(&attributes_X);
     return status_S32;
+}
+} // namespace
+
+int Bof_InitPriorityInheritingMutex(pthread_mutex_t* mutex)
+{
+    return InitPriorityInheritingMutex(mutex, PTHREAD_MUTEX_DEFAULT);
+}
+
+int Bof_InitRecursivePriorityInheritingMutex(pthread_mutex_t* mutex)
+{
+    return InitPriorityInheritingMutex(mutex, PTHREAD_MUTEX_RECURSIVE);
 }
 
 int Bof_InitMonotonicCondition(pthread_cond_t* condition)

@@ -1,5 +1,7 @@
 #include "CCriticalSection.h"
 
+#include "BofSync.h"
+
 CCriticalSection::~CCriticalSection()
 {
     if (mpAuxiliary_O != nullptr)
@@ -15,17 +17,8 @@ CCriticalSection::~CCriticalSection()
 
 int CCriticalSection::Init()
 {
-    pthread_mutexattr_t attributes_X;
-    int status_S32 = pthread_mutexattr_init(&attributes_X);
-    if (status_S32 != 0)
-    {
-        return status_S32;
-    }
-    pthread_mutexattr_settype(&attributes_X, PTHREAD_MUTEX_RECURSIVE);
     // Real-time threads share these locks with ordinary ones: inherit to avoid priority inversion.
-    pthread_mutexattr_setprotocol(&attributes_X, PTHREAD_PRIO_INHERIT);
-    status_S32 = pthread_mutex_init(&mMutex_X, &attributes_X);
-    pthread_mutexattr_destroy(&attributes_X);
+    const int status_S32 = Bof_InitRecursivePriorityInheritingMutex(&mMutex_X);
     mInitialised_B = (status_S32 == 0);
     mpAuxiliary_O = nullptr;
     return status_S32;

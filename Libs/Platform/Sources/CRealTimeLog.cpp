@@ -1,6 +1,7 @@
 #include "CRealTimeLog.h"
 
 #include "BofSystem.h"
+#include "CCriticalSectionGuard.h"
 
 #include <cstring>
 #include <new>
@@ -9,22 +10,9 @@
 
 namespace
 {
-constexpr uint32_t WRITER_STACK_SIZE_U32 = 4096;
-constexpr uint32_t REOPEN_RETRY_MS_U32 = 2;
-constexpr uint32_t GATHER_MS_U32 = 1;
-
-// Holds a critical section for the lifetime of a scope.
-class CSectionGuard
-{
-public:
-    explicit CSectionGuard(BOF_CRITICAL_SECTION handle) : mHandle_X(handle) { CritSectEnter(mHandle_X); }
-    ~CSectionGuard() { CritSectLeave(mHandle_X); }
-    CSectionGuard(const CSectionGuard&) = delete;
-    CSectionGuard& operator=(const CSectionGuard&) = delete;
-
-private:
-    BOF_CRITICAL_SECTION mHandle_X;
-};
+constexpr uint32_t WRITER_STACK_SIZE = 4096;
+constexpr uint32_t REOPEN_RETRY_MS = 2;
+constexpr uint32_t GATHER_MS = 1;
 } // namespace
 
 bool CRealTimeLog::SSlotQueue::Push(uint16_t index)
@@ -75,7 +63,7 @@ void CRealTimeLog::Init()
         }
     }
     mWakeUp_X = Bof_CreateEvent(false, nullptr);
-    mThread_X = Bof_CreateThread(WRITER_STACK_SIZE_U32, S_FlushTask, this, true);
+    mThread_X = Bof_CreateThread(WRITER_STACK_SIZE, S_FlushTask, this, true);
     Bof_SetThreadName(mThread_X, "CRtLog");
     Bof_SetThreadPriority(mThread_X, BOF_THREAD_PRIORITY_004);
     Bof_CreateCriticalSection("CRealTimeLog", &mListLock_X);
@@ -86,7 +74,7 @@ void CRealTimeLog::Init()
 CRealTimeLog::~CRealTimeLog()
 {
     {
-        CSectionGuard guard(mListLock_X);
+        CCriticalSectionGuard guard_O(mListLock_X);
         mStop_U32 = 1;
     }
     Bof_SetEvent(mWakeUp_X);
@@ -109,7 +97,7 @@ uint32_t CRealTimeLog::SetMaxFileSize(uint32_t maxFileSize)
 
 int CRealTimeLog::Open(const char* name, const char* mode)
 {
-    CSectionGuard guard(mStreamLock_X);
+    CCriticalSectionGuard guard_O(mStreamLock_X);
     mFileName_U8[0] = '\0';
     if (mClosed_U32 == 0)
     {
@@ -175,7 +163,7 @@ int CRealTimeLog::Enqueue(int withTime, const char* format, va_list args)
     {
         // Stamped and queued under one lock: the file's lines are in the order of their time
         // prefixes, whichever callers race.
-        CSectionGuard guard(mListLock_X);
+        CCriticalSectionGuard guard_O(mListLock_X);
         if (!mFree_X->Pop(&index_U16))
         {
             return 0;
@@ -205,7 +193,7 @@ int CRealTimeLog::Enqueue(int withTime, const char* format, va_list args)
 
 void CRealTimeLog::ForceFlush()
 {
-    CSectionGuard guard(mStreamLock_X);
+    CCriticalSectionGuard guard_O(mStreamLock_X);
     FILE* stream = mStream_X.load();
     if (stream != nullptr)
     {
@@ -215,7 +203,7 @@ void CRealTimeLog::ForceFlush()
 
 void CRealTimeLog::Close()
 {
-    CSectionGuard guard(mStreamLock_X);
+    CCriticalSectionGuard guard_O(mStreamLock_X);
     FILE* stream = mStream_X.exchange(nullptr);
     if (stream != nullptr)
     {
@@ -289,22 +277,25 @@ void CRealTimeLog::FlushTask()
     // Pending lines are written before the thread ends, so a line logged just before exit is kept.
     for (;;)
     {
-        // Take every pending slot at once: one lock round per burst instead of two per line.
-        CritSectEnter(mListLock_X);
-        uint16_t index_U16 = 0;
-        while (mPending_X->Pop(&index_U16))
+        bool idle_B = false;
+        bool stop_B = false;
         {
-            mBatch_X->Push(index_U16);
+            // Take every pending slot at once: one lock round per burst instead of two per line.
+            CCriticalSectionGuard guard_O(mListLock_X);
+            uint16_t index_U16 = 0;
+            while (mPending_X->Pop(&index_U16))
+            {
+                mBatch_X->Push(index_U16);
+            }
+            idle_B = mBatch_X->mCount_U32 == 0;
+            stop_B = idle_B && mStop_U32 != 0;
+            // Reset and announce the wait under the lock: the next Log to queue sets the event again.
+            if (idle_B && !stop_B)
+            {
+                Bof_ResetEvent(mWakeUp_X);
+                mWriterWaiting_B = true;
+            }
         }
-        const bool idle_B = mBatch_X->mCount_U32 == 0;
-        const bool stop_B = idle_B && mStop_U32 != 0;
-        // Reset and announce the wait under the lock: the next Log to queue sets the event again.
-        if (idle_B && !stop_B)
-        {
-            Bof_ResetEvent(mWakeUp_X);
-            mWriterWaiting_B = true;
-        }
-        CritSectLeave(mListLock_X);
         if (stop_B)
         {
             return;
@@ -319,7 +310,7 @@ void CRealTimeLog::FlushTask()
         // disk gets one write per burst instead of one per line.
         if (mStop_U32 == 0)
         {
-            Bof_Sleep(GATHER_MS_U32);
+            Bof_Sleep(GATHER_MS);
         }
     }
 }
@@ -327,7 +318,7 @@ void CRealTimeLog::FlushTask()
 void CRealTimeLog::WriteBatch()
 {
     {
-        CSectionGuard guard(mStreamLock_X);
+        CCriticalSectionGuard guard_O(mStreamLock_X);
         for (uint32_t i_U32 = 0; i_U32 < mBatch_X->mCount_U32; i_U32++)
         {
             char* slot = mSlots_U8 +
@@ -351,7 +342,7 @@ void CRealTimeLog::WriteBatch()
             fflush(stream);
         }
     }
-    CSectionGuard guard(mListLock_X);
+    CCriticalSectionGuard guard_O(mListLock_X);
     uint16_t index_U16 = 0;
     while (mBatch_X->Pop(&index_U16))
     {
@@ -397,6 +388,6 @@ void CRealTimeLog::RotateIfTooLarge()
             mClosed_U32 = 1;
             return;
         }
-        Bof_Sleep(REOPEN_RETRY_MS_U32);
+        Bof_Sleep(REOPEN_RETRY_MS);
     }
 }

@@ -12,121 +12,134 @@ namespace
 {
 using namespace local;
 
-enum class Length
+enum class ELength
 {
-    Default, // int; 'h' lands here too, the argument is never narrowed
-    Long,    // 'l': a long
-    Int32,   // 'I32': a 32-bit int, widened as unsigned for u, o, x
-    Int64,   // 'll', 'L', 'I64'
+    DEFAULT, // int; 'h' lands here too, the argument is never narrowed
+    LONG,    // 'l': a long
+    INT32,   // 'I32': a 32-bit int, widened as unsigned for u, o, x
+    INT64,   // 'll', 'L', 'I64'
 };
 
 int ReadDecimal(const char*& pos)
 {
-    int value = 0;
+    int value_S32 = 0;
     while (*pos >= '0' && *pos <= '9')
     {
-        const int digit = *pos++ - '0';
-        value = value > (INT_MAX - digit) / 10 ? INT_MAX : value * 10 + digit;
+        const int digit_S32 = *pos++ - '0';
+        value_S32 = value_S32 > (INT_MAX - digit_S32) / 10 ? INT_MAX : value_S32 * 10 + digit_S32;
     }
-    return value;
+    return value_S32;
 }
 
 unsigned ReadFlags(const char*& pos)
 {
-    unsigned flags = 0;
+    unsigned flags_U32 = 0;
     for (;; ++pos)
     {
         switch (*pos)
         {
         case '-':
-            flags |= kLeft;
+            flags_U32 |= FLAG_LEFT;
             break;
         case '+':
-            flags |= kPlus;
+            flags_U32 |= FLAG_PLUS;
             break;
         case ' ':
-            flags |= kSpace;
+            flags_U32 |= FLAG_SPACE;
             break;
         case '#':
-            flags |= kSpecial;
+            flags_U32 |= FLAG_SPECIAL;
             break;
         case '0':
-            flags |= kZeroPad;
+            flags_U32 |= FLAG_ZERO_PAD;
             break;
         default:
-            return flags;
+            return flags_U32;
         }
     }
 }
 
-Length ReadLength(const char*& pos)
+ELength ReadLength(const char*& pos)
 {
     switch (*pos)
     {
     case 'l':
         if (*++pos != 'l')
-            return Length::Long;
+        {
+            return ELength::LONG;
+        }
         ++pos;
-        return Length::Int64;
+        return ELength::INT64;
     case 'L':
         ++pos;
-        return Length::Int64;
+        return ELength::INT64;
     case 'h':
         ++pos;
-        return Length::Default;
+        return ELength::DEFAULT;
     case 'I':
         if (pos[1] == '3' && pos[2] == '2')
-            return pos += 3, Length::Int32;
+        {
+            pos += 3;
+            return ELength::INT32;
+        }
         if (pos[1] == '6' && pos[2] == '4')
-            return pos += 3, Length::Int64;
-        return Length::Default;
+        {
+            pos += 3;
+            return ELength::INT64;
+        }
+        return ELength::DEFAULT;
     default:
-        return Length::Default;
+        return ELength::DEFAULT;
     }
 }
 
-unsigned long long SignedArg(Length length, va_list& args)
+unsigned long long SignedArg(ELength length, va_list& args)
 {
     switch (length)
     {
-    case Length::Long:
+    case ELength::LONG:
         return static_cast<unsigned long long>(va_arg(args, long));
-    case Length::Int64:
+    case ELength::INT64:
         return static_cast<unsigned long long>(va_arg(args, long long));
     default:
         return static_cast<unsigned long long>(va_arg(args, int));
     }
 }
 
-unsigned long long UnsignedArg(Length length, va_list& args)
+unsigned long long UnsignedArg(ELength length, va_list& args)
 {
     switch (length)
     {
-    case Length::Long:
+    case ELength::LONG:
         return va_arg(args, unsigned long);
-    case Length::Int64:
+    case ELength::INT64:
         return va_arg(args, unsigned long long);
     default:
         return va_arg(args, unsigned int);
     }
 }
 
-void Address(Sink& out, const Field& field, Length length, bool upper, const unsigned char* bytes)
+void Address(SSink& out, const SField& field, ELength length, bool upper, const unsigned char* bytes)
 {
     if (!bytes)
+    {
         return;
-    char text[18];
-    const bool ethernet = length == Length::Long || length == Length::Int32;
-    TextField(out, field, text, ethernet ? Ethernet(bytes, upper, text) : Dotted(bytes, text));
+    }
+    char pText_c[18];
+    const bool ethernet_B = length == ELength::LONG || length == ELength::INT32;
+    TextField(out, field, pText_c, ethernet_B ? Ethernet(bytes, upper, pText_c) : Dotted(bytes, pText_c));
 }
 
-void Text(Sink& out, const Field& field, const char* text)
+void Text(SSink& out, const SField& field, const char* text)
 {
     if (!text)
+    {
         text = "<NULL>";
-    const size_t length =
-        field.precision >= 0 ? strnlen(text, static_cast<size_t>(field.precision)) : std::strlen(text);
-    TextField(out, field, text, length);
+    }
+    const size_t length_U32 = field.Precision_S32 >= 0
+                                  ? strnlen(text, static_cast<size_t>(field.Precision_S32))
+                                  : std::strlen(text);
+    TextField(out, field, text, length_U32);
 }
 } // namespace
 
@@ -134,152 +147,180 @@ int CString::Format(char* buffer, int size, const char* format, ...)
 {
     va_list args;
     va_start(args, format);
-    const int result = VFormat(buffer, static_cast<unsigned int>(size), format, args);
+    const int result_S32 = VFormat(buffer, static_cast<unsigned int>(size), format, args);
     va_end(args);
-    return result;
+    return result_S32;
 }
 
 int CString::VFormat(char* buffer, unsigned int size, const char* format, va_list args)
 {
     if (static_cast<int>(size) <= 0)
+    {
         return static_cast<int>(size);
+    }
     if (!buffer)
+    {
         return 0;
+    }
     if (!format)
+    {
         format = "";
+    }
 
     va_list list;
     va_copy(list, args);
-    Sink out{buffer, buffer, size};
-    const char* pos = format;
+    SSink out_X{buffer, buffer, size};
+    const char* pPos_c = format;
     for (;;)
     {
-        const char* run = pos;
-        while (*pos != '\0' && *pos != '%')
-            ++pos;
-        const size_t runLength = static_cast<size_t>(pos - run);
-        if (runLength > out.room)
+        const char* pRun_c = pPos_c;
+        while (*pPos_c != '\0' && *pPos_c != '%')
+        {
+            ++pPos_c;
+        }
+        const size_t runLength_U32 = static_cast<size_t>(pPos_c - pRun_c);
+        if (runLength_U32 > out_X.Room_U32)
         {
             // A plain character that no longer fits ends the output and the result is the size,
             // even when a width on %n, %% or an unknown conversion left fewer characters stored.
-            out.Write(run, out.room);
-            *out.pos = '\0';
+            out_X.Write(pRun_c, out_X.Room_U32);
+            *out_X.pPos_c = '\0';
             va_end(list);
             return static_cast<int>(size);
         }
-        out.Write(run, runLength);
-        if (*pos == '\0')
+        out_X.Write(pRun_c, runLength_U32);
+        if (*pPos_c == '\0')
+        {
             break;
-
-        ++pos;
-        Field field{ReadFlags(pos), -1, -1};
-        if (*pos == '*')
-        {
-            ++pos;
-            const int width = va_arg(list, int);
-            if (width < 0)
-                field.flags |= kLeft;
-            field.width = width == INT_MIN ? INT_MAX : (width < 0 ? -width : width);
         }
-        else if (*pos >= '0' && *pos <= '9')
-            field.width = ReadDecimal(pos);
-        if (*pos == '.')
+
+        ++pPos_c;
+        SField field_X{ReadFlags(pPos_c), -1, -1};
+        if (*pPos_c == '*')
         {
-            ++pos;
-            if (*pos == '*')
+            ++pPos_c;
+            const int width_S32 = va_arg(list, int);
+            if (width_S32 < 0)
             {
-                ++pos;
+                field_X.Flags_U32 |= FLAG_LEFT;
+            }
+            field_X.Width_S32 = width_S32 == INT_MIN ? INT_MAX : (width_S32 < 0 ? -width_S32 : width_S32);
+        }
+        else if (*pPos_c >= '0' && *pPos_c <= '9')
+        {
+            field_X.Width_S32 = ReadDecimal(pPos_c);
+        }
+        if (*pPos_c == '.')
+        {
+            ++pPos_c;
+            if (*pPos_c == '*')
+            {
+                ++pPos_c;
                 // A negative precision still counts as precision 0.
-                const int precision = va_arg(list, int);
-                field.precision = precision < 0 ? 0 : precision;
+                const int precision_S32 = va_arg(list, int);
+                field_X.Precision_S32 = precision_S32 < 0 ? 0 : precision_S32;
             }
             else
-                field.precision = ReadDecimal(pos);
+            {
+                field_X.Precision_S32 = ReadDecimal(pPos_c);
+            }
         }
-        if (field.flags & kLeft)
-            field.flags &= ~kZeroPad;
-        const Length length = ReadLength(pos);
+        if (field_X.Flags_U32 & FLAG_LEFT)
+        {
+            field_X.Flags_U32 &= ~FLAG_ZERO_PAD;
+        }
+        const ELength length_E = ReadLength(pPos_c);
 
-        const char conversion = *pos;
-        if (conversion != '\0')
-            ++pos;
-        bool valid = true;
-        switch (conversion)
+        const char conversion_c = *pPos_c;
+        if (conversion_c != '\0')
+        {
+            ++pPos_c;
+        }
+        bool valid_B = true;
+        switch (conversion_c)
         {
         case 'd':
         case 'i':
-            field.flags |= kSigned;
-            valid = number(out, SignedArg(length, list), 10, field);
+            field_X.Flags_U32 |= FLAG_SIGNED;
+            valid_B = Number(out_X, SignedArg(length_E, list), 10, field_X);
             break;
         case 'u':
-            valid = number(out, UnsignedArg(length, list), 10, field);
+            valid_B = Number(out_X, UnsignedArg(length_E, list), 10, field_X);
             break;
         case 'o':
-            valid = number(out, UnsignedArg(length, list), 8, field);
+            valid_B = Number(out_X, UnsignedArg(length_E, list), 8, field_X);
             break;
         case 'X':
-            field.flags |= kUpper;
+            field_X.Flags_U32 |= FLAG_UPPER;
             [[fallthrough]];
         case 'x':
-            valid = number(out, UnsignedArg(length, list), 16, field);
+            valid_B = Number(out_X, UnsignedArg(length_E, list), 16, field_X);
             break;
         case 'p':
-            if (field.width < 0)
+            if (field_X.Width_S32 < 0)
             {
-                field.width = 8;
-                if (!(field.flags & kLeft))
-                    field.flags |= kZeroPad;
+                field_X.Width_S32 = 8;
+                if (!(field_X.Flags_U32 & FLAG_LEFT))
+                {
+                    field_X.Flags_U32 |= FLAG_ZERO_PAD;
+                }
             }
-            valid = number(out, reinterpret_cast<uintptr_t>(va_arg(list, void*)), 16, field);
+            valid_B = Number(out_X, reinterpret_cast<uintptr_t>(va_arg(list, void*)), 16, field_X);
             break;
         case 'c':
         {
-            const char c = static_cast<char>(va_arg(list, int));
-            TextField(out, field, &c, 1);
+            const char character_c = static_cast<char>(va_arg(list, int));
+            TextField(out_X, field_X, &character_c, 1);
             break;
         }
         case 's':
-            Text(out, field, va_arg(list, const char*));
+            Text(out_X, field_X, va_arg(list, const char*));
             break;
         case 'e':
         case 'E':
         case 'f':
         case 'g':
         case 'G':
-            flt(out, va_arg(list, double), conversion, field);
+            Float(out_X, va_arg(list, double), conversion_c, field_X);
             break;
         case 'a':
         case 'A':
-            Address(out, field, length, conversion == 'A', va_arg(list, const unsigned char*));
+            Address(out_X, field_X, length_E, conversion_c == 'A', va_arg(list, const unsigned char*));
             break;
         case 'n':
         {
             // The width shrinks the room; the value stored is still what was really stored.
-            out.Consume(field.width);
-            int* stored = va_arg(list, int*);
-            if (stored)
-                *stored = out.Stored();
+            out_X.Consume(field_X.Width_S32);
+            int* pStored_S32 = va_arg(list, int*);
+            if (pStored_S32)
+            {
+                *pStored_S32 = out_X.Stored();
+            }
             break;
         }
         default:
             // '%', unknown conversions and a '%' ending the format print themselves; their
             // width shrinks the room as for %n.
-            out.Consume(field.width);
-            out.Put('%');
-            if (conversion != '%' && conversion != '\0')
-                out.Put(conversion);
+            out_X.Consume(field_X.Width_S32);
+            out_X.Put('%');
+            if (conversion_c != '%' && conversion_c != '\0')
+            {
+                out_X.Put(conversion_c);
+            }
             break;
         }
-        if (!valid)
+        if (!valid_B)
         {
-            out.pos = buffer;
+            out_X.pPos_c = buffer;
             break;
         }
-        if (conversion == '\0')
+        if (conversion_c == '\0')
+        {
             break;
+        }
     }
     va_end(list);
-    *out.pos = '\0';
-    return out.Stored();
+    *out_X.pPos_c = '\0';
+    return out_X.Stored();
 }
 } // namespace Orx::Corvane

@@ -9,43 +9,49 @@ namespace Orx::Corvane::local
 namespace
 {
 // The text of one value between sign and padding: integer digits, point, fraction, exponent.
-struct Body
+struct SBody
 {
-    const char* whole = "0";
-    long long wholeLength = 1;
-    long long wholeZeros = 0; // integer digits beyond what the digit area holds
-    bool point = false;
-    long long leadZeros = 0; // zeros between the point and the first significant digit
-    const char* fraction = "";
-    long long fractionLength = 0;
-    long long trailZeros = 0; // precision beyond what the digit area holds
-    char exponent[6] = {};
-    long long exponentLength = 0;
+    const char* pWhole_c = "0";
+    long long WholeLength_S64 = 1;
+    long long WholeZeros_S64 = 0; // integer digits beyond what the digit area holds
+    bool Point_B = false;
+    long long LeadZeros_S64 = 0; // zeros between the point and the first significant digit
+    const char* pFraction_c = "";
+    long long FractionLength_S64 = 0;
+    long long TrailZeros_S64 = 0; // precision beyond what the digit area holds
+    char pExponent_c[6] = {};
+    long long ExponentLength_S64 = 0;
 
     long long Length() const
     {
-        return wholeLength + wholeZeros + (point ? 1 : 0) + leadZeros + fractionLength + trailZeros +
-               exponentLength;
+        return WholeLength_S64 + WholeZeros_S64 + (Point_B ? 1 : 0) + LeadZeros_S64 + FractionLength_S64 +
+               TrailZeros_S64 + ExponentLength_S64;
     }
-    void Write(Sink& out) const
+    void Write(SSink& out) const
     {
-        out.Write(whole, static_cast<size_t>(wholeLength));
-        out.Fill('0', wholeZeros);
-        if (point)
+        out.Write(pWhole_c, static_cast<size_t>(WholeLength_S64));
+        out.Fill('0', WholeZeros_S64);
+        if (Point_B)
+        {
             out.Put('.');
-        out.Fill('0', leadZeros);
-        out.Write(fraction, static_cast<size_t>(fractionLength));
-        out.Fill('0', trailZeros);
-        out.Write(exponent, static_cast<size_t>(exponentLength));
+        }
+        out.Fill('0', LeadZeros_S64);
+        out.Write(pFraction_c, static_cast<size_t>(FractionLength_S64));
+        out.Fill('0', TrailZeros_S64);
+        out.Write(pExponent_c, static_cast<size_t>(ExponentLength_S64));
     }
     // %g without '#': no trailing zeros in the fraction, no point when nothing follows it.
     void Crop()
     {
-        trailZeros = 0;
-        while (fractionLength > 0 && fraction[fractionLength - 1] == '0')
-            --fractionLength;
-        if (fractionLength == 0)
-            leadZeros = 0;
+        TrailZeros_S64 = 0;
+        while (FractionLength_S64 > 0 && pFraction_c[FractionLength_S64 - 1] == '0')
+        {
+            --FractionLength_S64;
+        }
+        if (FractionLength_S64 == 0)
+        {
+            LeadZeros_S64 = 0;
+        }
     }
 };
 
@@ -54,108 +60,127 @@ long long Missing(long long wanted, long long present)
     return wanted > present ? wanted - present : 0;
 }
 
-void EStyle(Body& body, double value, int precision, bool upper, char (&digits)[kCvtSize])
+void EStyle(SBody& body, double value, int precision, bool upper, char (&digits)[CVT_SIZE])
 {
-    int decimalExponent;
+    int decimalExponent_S32;
     // The digit area caps what is generated anyway; a precision of INT_MAX must not overflow here.
-    const int wanted = precision < INT_MAX ? precision + 1 : precision;
-    const int count = cvt(value, wanted, true, digits, decimalExponent);
-    body.whole = digits;
-    body.fraction = digits + 1;
-    body.fractionLength = count - 1;
-    body.trailZeros = Missing(precision, body.fractionLength);
-    int exponent = value == 0 ? 0 : decimalExponent - 1;
-    char* pos = body.exponent;
-    *pos++ = upper ? 'E' : 'e';
-    *pos++ = exponent < 0 ? '-' : '+';
-    if (exponent < 0)
-        exponent = -exponent;
+    const int wanted_S32 = precision < INT_MAX ? precision + 1 : precision;
+    const int count_S32 = Cvt(value, wanted_S32, true, digits, decimalExponent_S32);
+    body.pWhole_c = digits;
+    body.pFraction_c = digits + 1;
+    body.FractionLength_S64 = count_S32 - 1;
+    body.TrailZeros_S64 = Missing(precision, body.FractionLength_S64);
+    int exponent_S32 = value == 0 ? 0 : decimalExponent_S32 - 1;
+    char* pPos_c = body.pExponent_c;
+    *pPos_c++ = upper ? 'E' : 'e';
+    *pPos_c++ = exponent_S32 < 0 ? '-' : '+';
+    if (exponent_S32 < 0)
+    {
+        exponent_S32 = -exponent_S32;
+    }
     // Always three exponent digits.
-    *pos++ = static_cast<char>('0' + exponent / 100 % 10);
-    *pos++ = static_cast<char>('0' + exponent / 10 % 10);
-    *pos++ = static_cast<char>('0' + exponent % 10);
-    body.exponentLength = pos - body.exponent;
+    *pPos_c++ = static_cast<char>('0' + exponent_S32 / 100 % 10);
+    *pPos_c++ = static_cast<char>('0' + exponent_S32 / 10 % 10);
+    *pPos_c++ = static_cast<char>('0' + exponent_S32 % 10);
+    body.ExponentLength_S64 = pPos_c - body.pExponent_c;
 }
 
-void FStyle(Body& body, double value, int precision, char (&digits)[kCvtSize])
+void FStyle(SBody& body, double value, int precision, char (&digits)[CVT_SIZE])
 {
-    int decimalExponent;
-    const int count = cvt(value, precision, false, digits, decimalExponent);
-    if (count == 0)
-        body.trailZeros = precision;
-    else if (decimalExponent <= 0)
+    int decimalExponent_S32;
+    const int count_S32 = Cvt(value, precision, false, digits, decimalExponent_S32);
+    if (count_S32 == 0)
     {
-        body.leadZeros = -decimalExponent;
-        body.fraction = digits;
-        body.fractionLength = count;
-        body.trailZeros = Missing(precision, body.leadZeros + count);
+        body.TrailZeros_S64 = precision;
+    }
+    else if (decimalExponent_S32 <= 0)
+    {
+        body.LeadZeros_S64 = -decimalExponent_S32;
+        body.pFraction_c = digits;
+        body.FractionLength_S64 = count_S32;
+        body.TrailZeros_S64 = Missing(precision, body.LeadZeros_S64 + count_S32);
     }
     else
     {
-        body.whole = digits;
-        body.wholeLength = count < decimalExponent ? count : decimalExponent;
-        body.wholeZeros = decimalExponent - body.wholeLength;
-        body.fraction = digits + body.wholeLength;
-        body.fractionLength = count - body.wholeLength;
-        body.trailZeros = Missing(precision, body.fractionLength);
+        body.pWhole_c = digits;
+        body.WholeLength_S64 = count_S32 < decimalExponent_S32 ? count_S32 : decimalExponent_S32;
+        body.WholeZeros_S64 = decimalExponent_S32 - body.WholeLength_S64;
+        body.pFraction_c = digits + body.WholeLength_S64;
+        body.FractionLength_S64 = count_S32 - body.WholeLength_S64;
+        body.TrailZeros_S64 = Missing(precision, body.FractionLength_S64);
     }
 }
 
 // Infinities and NaNs have no digits: their names stand in, padded with spaces.
-void NonFinite(Sink& out, double value, bool upper, char sign, unsigned flags, int width)
+void NonFinite(SSink& out, double value, bool upper, char sign, unsigned flags, int width)
 {
-    const char* name = std::isnan(value) ? (upper ? "NAN" : "nan") : (upper ? "INF" : "inf");
-    flags &= ~kZeroPad;
-    const long long pad = OpenField(out, flags, width, 3, sign);
-    out.Write(name, 3);
-    CloseField(out, flags, pad);
+    const char* pName_c = std::isnan(value) ? (upper ? "NAN" : "nan") : (upper ? "INF" : "inf");
+    flags &= ~FLAG_ZERO_PAD;
+    const long long pad_S64 = OpenField(out, flags, width, 3, sign);
+    out.Write(pName_c, 3);
+    CloseField(out, flags, pad_S64);
 }
 } // namespace
 
-void flt(Sink& out, double value, char conversion, const Field& field)
+void Float(SSink& out, double value, char conversion, const SField& field)
 {
-    const unsigned flags = field.flags | kSigned;
-    char sign = 0;
+    const unsigned flags_U32 = field.Flags_U32 | FLAG_SIGNED;
+    char sign_c = 0;
     if (value < 0)
     {
-        sign = '-';
+        sign_c = '-';
         value = -value;
     }
-    else if (flags & kPlus)
-        sign = '+';
-    else if (flags & kSpace)
-        sign = ' ';
-    const bool upper = conversion == 'E' || conversion == 'G';
+    else if (flags_U32 & FLAG_PLUS)
+    {
+        sign_c = '+';
+    }
+    else if (flags_U32 & FLAG_SPACE)
+    {
+        sign_c = ' ';
+    }
+    const bool upper_B = conversion == 'E' || conversion == 'G';
     if (!std::isfinite(value))
-        return NonFinite(out, value, upper, sign, flags, field.width);
+    {
+        return NonFinite(out, value, upper_B, sign_c, flags_U32, field.Width_S32);
+    }
 
-    int precision = field.precision < 0 ? 6 : field.precision;
-    char digits[kCvtSize];
-    Body body;
-    bool crop = false;
-    bool eStyle = conversion == 'e' || conversion == 'E';
+    int precision_S32 = field.Precision_S32 < 0 ? 6 : field.Precision_S32;
+    char pDigits_c[CVT_SIZE];
+    SBody body_X;
+    bool crop_B = false;
+    bool eStyle_B = conversion == 'e' || conversion == 'E';
     if (conversion == 'g' || conversion == 'G')
     {
-        if (precision == 0)
-            precision = 1;
-        int decimalExponent;
-        cvt(value, precision, true, digits, decimalExponent);
-        const int x = decimalExponent - 1;
-        eStyle = x < -4 || x >= precision;
-        const long long fraction = eStyle ? precision - 1LL : precision - (x + 1LL);
-        precision = static_cast<int>(fraction < INT_MAX ? fraction : INT_MAX);
-        crop = !(flags & kSpecial);
+        if (precision_S32 == 0)
+        {
+            precision_S32 = 1;
+        }
+        int decimalExponent_S32;
+        Cvt(value, precision_S32, true, pDigits_c, decimalExponent_S32);
+        const int x_S32 = decimalExponent_S32 - 1;
+        eStyle_B = x_S32 < -4 || x_S32 >= precision_S32;
+        const long long fraction_S64 = eStyle_B ? precision_S32 - 1LL : precision_S32 - (x_S32 + 1LL);
+        precision_S32 = static_cast<int>(fraction_S64 < INT_MAX ? fraction_S64 : INT_MAX);
+        crop_B = !(flags_U32 & FLAG_SPECIAL);
     }
-    if (eStyle)
-        EStyle(body, value, precision, upper, digits);
+    if (eStyle_B)
+    {
+        EStyle(body_X, value, precision_S32, upper_B, pDigits_c);
+    }
     else
-        FStyle(body, value, precision, digits);
-    if (crop)
-        body.Crop();
-    body.point = (flags & kSpecial) || body.leadZeros + body.fractionLength + body.trailZeros > 0;
+    {
+        FStyle(body_X, value, precision_S32, pDigits_c);
+    }
+    if (crop_B)
+    {
+        body_X.Crop();
+    }
+    body_X.Point_B = (flags_U32 & FLAG_SPECIAL) ||
+                     body_X.LeadZeros_S64 + body_X.FractionLength_S64 + body_X.TrailZeros_S64 > 0;
 
-    const long long pad = OpenField(out, flags, field.width, body.Length(), sign);
-    body.Write(out);
-    CloseField(out, flags, pad);
+    const long long pad_S64 = OpenField(out, flags_U32, field.Width_S32, body_X.Length(), sign_c);
+    body_X.Write(out);
+    CloseField(out, flags_U32, pad_S64);
 }
 } // namespace Orx::Corvane::local
