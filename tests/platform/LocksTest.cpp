@@ -20,87 +20,59 @@ using namespace std::chrono_literals;
 
 namespace
 {
-pid_t ThreadId()
-{
-    return static_cast<pid_t>(syscall(SYS_gettid));
-}
-
 // Field `number` (3 and up) of a thread's stat line: 3 is its state, 18 the priority the kernel
 // gives it now: 20 for an ordinary thread, -1 - p while it runs at or inherits real-time priority p.
-std::string StatField(pid_t thread, int number)
+std::string StatField(long thread, int number)
 {
-    std::ifstream in("/proc/self/task/" + std::to_string(thread) + "/stat");
-    std::string line;
-    std::getline(in, line);
+    std::string line, field;
+    std::getline(std::ifstream("/proc/self/task/" + std::to_string(thread) + "/stat"), line);
     std::istringstream fields(line.substr(line.rfind(')') + 1));
-    std::string field;
     for (int i = 3; i <= number; ++i)
-    {
         fields >> field;
-    }
     return field;
 }
 
-// Another thread that takes the lock once; Inside() tells whether it got in so far.
-class Contender
+// Another thread, at real-time priority `fifo` if not 0, that takes the lock once.
+struct Contender
 {
-public:
-    Contender(const std::function<void()>& lock, const std::function<void()>& unlock, int fifoPriority = 0)
-        : mThread(
-              [this, lock, unlock, fifoPriority]
+    Contender(const std::function<void()>& lock, const std::function<void()>& unlock, int fifo)
+        : thread(
+              [=]
               {
-                  if (fifoPriority > 0)
-                  {
-                      sched_param param{};
-                      param.sched_priority = fifoPriority;
+                  const sched_param param{fifo};
+                  if (fifo > 0)
                       pthread_setschedparam(pthread_self(), SCHED_FIFO, &param);
-                  }
-                  mId = ThreadId();
+                  id = syscall(SYS_gettid);
                   lock();
-                  mInside = true;
+                  inside = true;
                   unlock();
               })
     {
     }
-    ~Contender() { mThread.join(); }
-    bool Inside() const { return mInside; }
+    ~Contender() { thread.join(); }
     // True once the thread sleeps in the lock (a hang guard of 10 s, not a timing rule).
     bool WaitBlocked() const
     {
-        for (int i = 0; i < 10000; ++i, std::this_thread::sleep_for(1ms))
-        {
-            if (mId != 0 && StatField(mId, 3) == "S")
-            {
-                return true;
-            }
-        }
-        return false;
+        for (int i = 0; i < 10000 && (id == 0 || StatField(id, 3) != "S"); ++i)
+            std::this_thread::sleep_for(1ms);
+        return id != 0 && StatField(id, 3) == "S";
     }
-
-private:
-    std::atomic<pid_t> mId{0};
-    std::atomic<bool> mInside{false};
-    std::thread mThread;
-};
-
-struct SLock
-{
-    const char* name;
-    std::function<void()> lock;
-    std::function<void()> unlock;
+    std::atomic<long> id{0};
+    std::atomic<bool> inside{false};
+    std::thread thread;
 };
 } // namespace
 
 TEST(BofCriticalSection, NullHandlePointerIsRefusedAndANullHandleTolerated)
 {
-    EXPECT_EQ(Bof_CreateCriticalSection("x", nullptr), 0xC0090101u);
-    EXPECT_EQ(Bof_EnterCriticalSection(nullptr), 0xC0090101u);
-    EXPECT_EQ(Bof_LeaveCriticalSection(nullptr), 0xC0090101u);
-    EXPECT_EQ(Bof_DestroyCriticalSection(nullptr), 0xC0090101u);
+    EXPECT_EQ(Bof_CreateCriticalSection("x", nullptr), BOF_ERR_NULL_HANDLE_POINTER);
+    EXPECT_EQ(Bof_EnterCriticalSection(nullptr), BOF_ERR_NULL_HANDLE_POINTER);
+    EXPECT_EQ(Bof_LeaveCriticalSection(nullptr), BOF_ERR_NULL_HANDLE_POINTER);
+    EXPECT_EQ(Bof_DestroyCriticalSection(nullptr), BOF_ERR_NULL_HANDLE_POINTER);
     BOF_CRITICAL_SECTION none = 0;
-    EXPECT_EQ(Bof_EnterCriticalSection(&none), 0u);
-    EXPECT_EQ(Bof_LeaveCriticalSection(&none), 0u);
-    EXPECT_EQ(Bof_DestroyCriticalSection(&none), 0u);
+    EXPECT_EQ(Bof_EnterCriticalSection(&none) | Bof_LeaveCriticalSection(&none) |
+                  Bof_DestroyCriticalSection(&none),
+              0u);
     EXPECT_EQ(CritSectLeave(0), 0);
 }
 
@@ -113,14 +85,14 @@ TEST(BofCriticalSection, OwnerEntersTwiceAndOthersWaitForTheSecondLeave)
     ASSERT_EQ(Bof_EnterCriticalSection(&handle), 0u); // would deadlock if not recursive
     {
         Contender other([&] { Bof_EnterCriticalSection(&handle); },
-                        [&] { Bof_LeaveCriticalSection(&handle); });
+                        [&] { Bof_LeaveCriticalSection(&handle); }, 0);
         ASSERT_TRUE(other.WaitBlocked());
         Bof_LeaveCriticalSection(&handle);
         std::this_thread::sleep_for(50ms);
-        EXPECT_FALSE(other.Inside()) << "one leave must not release a section entered twice";
+        EXPECT_FALSE(other.inside) << "one leave must not release a section entered twice";
         Bof_LeaveCriticalSection(&handle);
     }
-    BOF_CRITICAL_SECTION kept = handle;
+    const BOF_CRITICAL_SECTION kept = handle;
     EXPECT_EQ(Bof_DestroyCriticalSection(&handle), 0u);
     EXPECT_EQ(handle, kept) << "destroy leaves the variable as it was";
 }
@@ -128,7 +100,7 @@ TEST(BofCriticalSection, OwnerEntersTwiceAndOthersWaitForTheSecondLeave)
 TEST(Mutex, SecondLockByTheOwnerBlocks)
 {
     // Observed in a child so that the deliberate self-deadlock cannot hang the test run.
-    pid_t child = fork();
+    const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0)
     {
@@ -150,22 +122,21 @@ TEST(Locks, HolderInheritsThePriorityOfARealTimeWaiter)
     BOF_CRITICAL_SECTION section = 0;
     ASSERT_EQ(Bof_CreateCriticalSection("Inheriting", &section), 0u);
     Mutex mutex;
-    const SLock locks[] = {
-        {"critical section", [&] { Bof_EnterCriticalSection(&section); },
-         [&] { Bof_LeaveCriticalSection(&section); }},
-        {"mutex", [&] { mutex.lock(); }, [&] { mutex.unlock(); }},
-    };
-    for (const SLock& each : locks)
+    const std::pair<std::function<void()>, std::function<void()>> locks[] = {
+        {[&] { Bof_EnterCriticalSection(&section); }, [&] { Bof_LeaveCriticalSection(&section); }},
+        {[&] { mutex.lock(); }, [&] { mutex.unlock(); }}};
+    const long self = syscall(SYS_gettid);
+    for (const auto& [lock, unlock] : locks)
     {
-        ASSERT_EQ(StatField(ThreadId(), 18), "20") << "the test must start as an ordinary thread";
-        each.lock();
+        ASSERT_EQ(StatField(self, 18), "20") << "the test must start as an ordinary thread";
+        lock();
         {
-            Contender waiter(each.lock, each.unlock, 50);
-            EXPECT_TRUE(waiter.WaitBlocked()) << each.name;
-            EXPECT_EQ(StatField(ThreadId(), 18), "-51") << each.name;
-            each.unlock();
+            Contender waiter(lock, unlock, 50);
+            EXPECT_TRUE(waiter.WaitBlocked());
+            EXPECT_EQ(StatField(self, 18), "-51") << (&lock == &locks[0].first ? "section" : "mutex");
+            unlock();
         }
-        EXPECT_EQ(StatField(ThreadId(), 18), "20") << each.name;
+        EXPECT_EQ(StatField(self, 18), "20");
     }
     Bof_DestroyCriticalSection(&section);
 }

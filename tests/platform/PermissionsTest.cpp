@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include <cerrno>
 #include <cstring>
+#include <functional>
+#include <map>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
@@ -30,33 +34,22 @@ std::string Play(uid_t real, uid_t effective, uid_t saved, bool dropAtOnce, cons
         {
             umask(077);
             if (setresuid(real, effective, saved) != 0)
-            {
                 return std::string("setresuid: ") + strerror(errno);
-            }
             Permissions permissions(dropAtOnce, 3);
             const mode_t mask = umask(0);
             std::istringstream words(script);
             std::string done = mask == 03 ? "" : "mask " + std::to_string(mask) + " ";
+            const std::map<std::string, std::function<std::string()>> calls = {
+                {"ids", Ids},
+                {"has", [&] { return std::to_string(permissions.HasPrivileges()); }},
+                {"drop", [&] { return std::to_string(permissions.DropPriveleges()); }},
+                {"restore", [&] { return std::to_string(permissions.RestorePriveleges()); }},
+                {"root", [&] { return std::to_string(permissions.ChangeRealUser(0)); }},
+                {"back", [&] { return std::to_string(permissions.RestoreRealUser()); }},
+                {"backKeep", [&] { return std::to_string(permissions.RestoreRealUser(true)); }}};
             for (std::string word; words >> word;)
-            {
-                const std::string call = word.substr(0, word.find('='));
-                std::string answer;
-                if (call == "ids")
-                    answer = Ids();
-                else if (call == "has")
-                    answer = std::to_string(permissions.HasPrivileges());
-                else if (call == "drop")
-                    answer = std::to_string(permissions.DropPriveleges());
-                else if (call == "restore")
-                    answer = std::to_string(permissions.RestorePriveleges());
-                else if (call == "root")
-                    answer = std::to_string(permissions.ChangeRealUser(0));
-                else if (call == "back")
-                    answer = std::to_string(permissions.RestoreRealUser());
-                else if (call == "backKeep")
-                    answer = std::to_string(permissions.RestoreRealUser(true));
-                done += call + "=" + answer + " ";
-            }
+                done +=
+                    word.substr(0, word.find('=')) + "=" + calls.at(word.substr(0, word.find('=')))() + " ";
             return done;
         });
 }
@@ -64,13 +57,7 @@ std::string Play(uid_t real, uid_t effective, uid_t saved, bool dropAtOnce, cons
 TEST(Permissions, IdentitySwitchesAsTheDeviceHandlesUseThem)
 {
     ASSERT_EQ(geteuid(), 0u) << "the identity switches are checked from root";
-    struct
-    {
-        const char* how;
-        uid_t real, effective, saved;
-        bool dropAtOnce;
-        const char* script;
-    } const rows[] = {
+    const std::tuple<const char*, uid_t, uid_t, uid_t, bool, const char*> rows[] = {
         {"root", 0, 0, 0, false, "has=1 drop=0 ids=0/0/0 root=1 back=1 ids=0/0/0"},
         {"set-user-ID root", 1000, 0, 0, false,
          "has=1 drop=1 has=0 ids=1000/1000/0 drop=0 restore=1 has=1 ids=1000/0/0 "
@@ -81,11 +68,9 @@ TEST(Permissions, IdentitySwitchesAsTheDeviceHandlesUseThem)
          "has=1 drop=1 has=0 ids=1000/1000/2000 restore=1 has=1 ids=1000/2000/2000"},
         {"ordinary user", 1000, 1000, 1000, false, "has=0 drop=0 root=0 ids=1000/1000/1000"},
     };
-    for (const auto& row : rows)
+    for (const auto& [how, real, effective, saved, dropAtOnce, script] : rows)
     {
-        EXPECT_EQ(Play(row.real, row.effective, row.saved, row.dropAtOnce, row.script),
-                  row.script + std::string(" "))
-            << row.how;
+        EXPECT_EQ(Play(real, effective, saved, dropAtOnce, script), script + std::string(" ")) << how;
     }
     EXPECT_EQ(Permissions::GetInstance(), Permissions::GetInstance());
 }

@@ -22,54 +22,33 @@ using OrxHwLGPL::CProcExplorer;
 namespace
 {
 // A child process renamed to `name` that sleeps until the test ends it.
-class NamedChild
+struct NamedChild
 {
-public:
     explicit NamedChild(const std::string& name)
     {
         int fds[2];
-        if (pipe(fds) != 0)
-        {
-            return;
-        }
-        mPid = fork();
-        if (mPid == 0)
+        char ready = 0;
+        if (pipe(fds) == 0 && (pid = fork()) == 0)
         {
             prctl(PR_SET_NAME, name.c_str(), 0, 0, 0);
-            if (write(fds[1], "r", 1) != 1)
-            {
-                _exit(1);
-            }
-            for (;;)
-            {
-                pause();
-            }
+            _exit(write(fds[1], "r", 1) == 1 ? pause() : 1);
         }
-        char ready = 0;
-        if (mPid < 0 || read(fds[0], &ready, 1) != 1)
-        {
-            mPid = -1;
-        }
+        if (pid > 0 && read(fds[0], &ready, 1) != 1)
+            pid = -1;
         close(fds[0]);
         close(fds[1]);
     }
     ~NamedChild()
     {
-        if (mPid > 0)
-        {
-            kill(mPid, SIGKILL);
-            waitpid(mPid, nullptr, 0);
-        }
+        if (pid > 0 && kill(pid, SIGKILL) == 0)
+            waitpid(pid, nullptr, 0);
     }
-    pid_t Pid() const { return mPid; }
-
-private:
-    pid_t mPid = -1;
+    pid_t pid = -1;
 };
 
-std::string UniqueName(const char* stem)
+std::string Unique(const char* stem)
 {
-    return std::string(stem) + std::to_string(getpid() % 100000);
+    return stem + std::to_string(getpid() % 100000);
 }
 
 std::string SchedulingOf(pid_t pid)
@@ -81,180 +60,112 @@ std::string SchedulingOf(pid_t pid)
 }
 } // namespace
 
-TEST(CProcExplorer, ReadsAll42FieldsOfAStatLineAndRefusesWhatIsMissing)
+TEST(CProcExplorer, ReadsStatLinesAndFindsProcessesByName)
 {
     CProcExplorer explorer;
     _STRUCT_STAT_INFO info{};
     ASSERT_EQ(explorer.GetStatInfoFromPid(static_cast<unsigned int>(getpid()), &info), 0);
-    std::ifstream comm("/proc/self/comm");
     std::string command;
-    std::getline(comm, command);
-    EXPECT_EQ(info.Pid_S32, getpid());
+    std::getline(std::ifstream("/proc/self/comm"), command);
     EXPECT_EQ(std::string(info.pCommand_c), "(" + command + ")");
+    EXPECT_EQ(info.Pid_S32, getpid());
     EXPECT_EQ(info.State_c, 'R');
     EXPECT_EQ(info.ParentPid_S32, getppid());
     EXPECT_EQ(info.ProcessGroup_S32, getpgrp());
     EXPECT_EQ(static_cast<int>(info.SchedulingPolicy_U32), sched_getscheduler(0));
     EXPECT_EQ(info.ExitSignal_S32, SIGCHLD);
-
     EXPECT_EQ(explorer.GetStatInfoFromPid(0, &info), -1);
     EXPECT_EQ(explorer.GetPidFromName(nullptr), -1);
-}
-
-TEST(CProcExplorer, NamesMatchWithTheirParenthesesAndTheLowestPidWins)
-{
-    const std::string name = UniqueName("svkx");
-    NamedChild first(name);
-    NamedChild second(name);
+    // Names match with their parentheses and the lowest pid wins.
+    const std::string name = Unique("svkx");
     const std::string blank = "svk " + std::to_string(getpid() % 100000);
-    NamedChild withBlank(blank);
-    ASSERT_TRUE(first.Pid() > 0 && second.Pid() > 0 && withBlank.Pid() > 0);
-    const int lowest = std::min(first.Pid(), second.Pid());
-    CProcExplorer explorer;
-    struct
-    {
-        const char* how;
-        int found;
-        int expected;
-    } const rows[] = {
-        {"exact with parentheses", explorer.GetPidFromName(("(" + name + ")").c_str()), lowest},
-        {"exact without parentheses", explorer.GetPidFromName(name.c_str()), -1},
-        {"partial", explorer.GetPidFromPartialName(name.substr(1).c_str()), lowest},
-        {"partial with the closing parenthesis", explorer.GetPidFromPartialName((name + ")").c_str()),
-         lowest},
-        {"a blank splits the name: skipped", explorer.GetPidFromName(("(" + blank + ")").c_str()), -1},
-    };
-    for (const auto& row : rows)
-    {
-        EXPECT_EQ(row.found, row.expected) << row.how;
-    }
-}
-
-TEST(CProcExplorer, WalkIsBoundedByPidMaxAndFallsBackWhenItIsUnreadable)
-{
-    const std::string name = UniqueName("svkm");
-    NamedChild child(name);
-    ASSERT_GT(child.Pid(), 1);
-    const std::string exact = "(" + name + ")";
-    const int reachable = child.Pid() < 32768 ? child.Pid() : -1;
-    struct
-    {
-        std::string content;
-        int pidMax;
-        int found;
-    } const rows[] = {
-        {"not a number\n", 32768, reachable},
-        {"", 32768, reachable},
-        {"0\n", 0, -1},
-        {std::to_string(child.Pid()) + "\n", child.Pid(), -1}, // the walk stops just below the child
-    };
-    for (const auto& row : rows)
+    NamedChild first(name), second(name), withBlank(blank);
+    ASSERT_TRUE(first.pid > 0 && second.pid > 0 && withBlank.pid > 0);
+    const int lowest = std::min(first.pid, second.pid);
+    EXPECT_EQ(explorer.GetPidFromName(("(" + name + ")").c_str()), lowest);
+    EXPECT_EQ(explorer.GetPidFromName(name.c_str()), -1) << "without parentheses";
+    EXPECT_EQ(explorer.GetPidFromPartialName(name.substr(1).c_str()), lowest);
+    EXPECT_EQ(explorer.GetPidFromPartialName((name + ")").c_str()), lowest);
+    EXPECT_EQ(explorer.GetPidFromName(("(" + blank + ")").c_str()), -1) << "a blank splits the name";
+    // The walk is bounded by pid_max and falls back to 32768 when it is unreadable.
+    const std::string reachable = std::to_string(lowest < 32768 ? lowest : -1);
+    const std::pair<std::string, std::string> rows[] = {
+        {"not a number\n", "32768 " + reachable},
+        {"0\n", "0 -1"},
+        {std::to_string(lowest) + "\n", std::to_string(lowest) + " -1"}};
+    for (const auto& [content, expected] : rows)
     {
         // pid_max is replaced in a private mount namespace only, so the machine never sees it.
-        std::string report = RunInForkedChild(
-            [&]
-            {
-                char path[] = "/tmp/SarvikPidMaxXXXXXX";
-                int fd = mkstemp(path);
-                if (fd < 0)
-                {
-                    return std::string("mkstemp: ") + strerror(errno);
-                }
-                bool ready = write(fd, row.content.data(), row.content.size()) ==
-                                 static_cast<ssize_t>(row.content.size()) &&
-                             unshare(CLONE_NEWNS) == 0 &&
-                             mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                             mount(path, "/proc/sys/kernel/pid_max", nullptr, MS_BIND, nullptr) == 0;
-                std::string result = ready ? "" : std::string("set-up: ") + strerror(errno);
-                close(fd);
-                CProcExplorer explorer;
-                if (ready)
-                {
-                    result = std::to_string(explorer.GetPidMax()) + " " +
-                             std::to_string(explorer.GetPidFromName(exact.c_str()));
-                }
-                unlink(path);
-                return result;
-            });
-        EXPECT_EQ(report, std::to_string(row.pidMax) + " " + std::to_string(row.found))
-            << "pid_max holding \"" << row.content << "\"";
+        EXPECT_EQ(RunInForkedChild(
+                      [&]
+                      {
+                          char path[] = "/tmp/SarvikPidMaxXXXXXX";
+                          const int fd = mkstemp(path);
+                          const bool ready =
+                              fd >= 0 && write(fd, content.data(), content.size()) >= 0 &&
+                              unshare(CLONE_NEWNS) == 0 &&
+                              mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                              mount(path, "/proc/sys/kernel/pid_max", nullptr, MS_BIND, nullptr) == 0;
+                          const std::string found = "(" + name + ")";
+                          CProcExplorer bounded;
+                          close(fd);
+                          unlink(path);
+                          return ready ? std::to_string(bounded.GetPidMax()) + " " +
+                                             std::to_string(bounded.GetPidFromName(found.c_str()))
+                                       : "set-up failed";
+                      }),
+                  expected)
+            << "pid_max holding \"" << content << "\"";
     }
 }
 
-TEST(CProcExplorer, PriorityCallsCheckTheirArgumentsAndSetFifo)
+// The caller is set-user-ID root, started by user 1000 and with its rights dropped while not
+// needed: each call raises them for itself and drops them again.
+TEST(CProcExplorer, PriorityCallsCheckTheirArgumentsAndSetFifoWithRightsRaisedForTheCall)
 {
-    enum Call
+    // "child" stands for the child's name, or its pid by pid; errno -1: any.
+    const struct
     {
-        BY_PID,
-        BY_NAME,
-        BY_PARTIAL_NAME
-    };
-    const int ANY_ERRNO = -1;
-    // "child" stands for the child's name, or its pid by pid; errno 0: refused before any scan.
-    struct
-    {
-        Call call;
+        char call; // p: by pid, n: by name, s: by part of the name
         const char* target;
         unsigned priority;
-        int result;
-        int error;
+        int result, error;
         const char* scheduling;
-    } const rows[] = {
-        {BY_PID, "child", 99, 0, ANY_ERRNO, "fifo 99"},
-        {BY_PID, "child", 100, -1, 0, "other 0"},
-        {BY_PID, "-1", 10, -1, 0, "other 0"},
-        {BY_NAME, "(child)", 97, 0, ANY_ERRNO, "fifo 97"},
-        {BY_NAME, "(child)", 100, -1, 0, "other 0"},
-        {BY_NAME, "child", 10, -1, ANY_ERRNO, "other 0"},
-        {BY_NAME, nullptr, 10, -1, 0, "other 0"},
-        {BY_PARTIAL_NAME, "child", 95, 0, ANY_ERRNO, "fifo 95"},
-        {BY_PARTIAL_NAME, "child", 100, -1, EINVAL, "other 0"}, // no range check: the system refuses
-        {BY_PARTIAL_NAME, "svk-no-such-process", 10, -1, ANY_ERRNO, "other 0"},
-    };
+    } rows[] = {{'p', "child", 99, 0, -1, "fifo 99"},
+                {'p', "child", 100, -1, 0, "other 0"},
+                {'p', "-1", 10, -1, 0, "other 0"},
+                {'n', "(child)", 97, 0, -1, "fifo 97"},
+                {'n', "(child)", 100, -1, 0, "other 0"},
+                {'n', "child", 10, -1, -1, "other 0"},
+                {'n', nullptr, 10, -1, 0, "other 0"},
+                {'s', "child", 95, 0, -1, "fifo 95"},
+                {'s', "child", 100, -1, EINVAL, "other 0"}, // no range check: the system refuses
+                {'s', "svk-no-such-process", 10, -1, -1, "other 0"}};
     for (const auto& row : rows)
     {
-        const std::string name = UniqueName("svkr");
+        const std::string name = Unique("svkr");
         NamedChild child(name);
-        ASSERT_GT(child.Pid(), 0);
+        ASSERT_GT(child.pid, 0);
         std::string target = row.target != nullptr ? row.target : "";
-        const size_t at = target.find("child");
-        if (at != std::string::npos)
-        {
-            target.replace(at, 5, row.call == BY_PID ? std::to_string(child.Pid()) : name);
-        }
+        if (target.find("child") != std::string::npos)
+            target.replace(target.find("child"), 5, row.call == 'p' ? std::to_string(child.pid) : name);
         const char* text = row.target != nullptr ? target.c_str() : nullptr;
-        errno = 0;
-        const int result =
-            row.call == BY_PID    ? CProcExplorer::SetPriorityFromPid(std::stoi(target), row.priority)
-            : row.call == BY_NAME ? CProcExplorer::SetPriorityFromName(text, row.priority)
-                                  : CProcExplorer::SetPriorityFromPartialName(text, row.priority);
-        const std::string how = std::to_string(row.call) + " " + target + " " + std::to_string(row.priority);
-        EXPECT_EQ(result, row.result) << how;
-        if (row.error != ANY_ERRNO)
-        {
-            EXPECT_EQ(errno, row.error) << how;
-        }
-        EXPECT_EQ(SchedulingOf(child.Pid()), row.scheduling) << how;
-    }
-}
-
-TEST(CProcExplorer, UnprivilegedCallerIsRaisedForTheCallAndDroppedAfter)
-{
-    NamedChild target(UniqueName("svku"));
-    ASSERT_GT(target.Pid(), 0);
-    std::string report = RunInForkedChild(
-        [&]
-        {
-            // Set-user-ID root started by user 1000, rights dropped while not needed.
-            Orx::KrpcLinuxTools::Permissions* permissions = nullptr;
-            if (setresuid(1000, 0, 0) != 0 ||
-                !(permissions = Orx::KrpcLinuxTools::Permissions::GetInstance())->DropPriveleges())
+        const std::string report = RunInForkedChild(
+            [&]
             {
-                return std::string("identity set-up failed");
-            }
-            int result = CProcExplorer::SetPriorityFromPid(target.Pid(), 40);
-            return "result " + std::to_string(result) + ", effective user " + std::to_string(geteuid());
-        });
-    EXPECT_EQ(report, "result 0, effective user 1000");
-    EXPECT_EQ(SchedulingOf(target.Pid()), "fifo 40");
+                if (setresuid(1000, 0, 0) != 0 ||
+                    !Orx::KrpcLinuxTools::Permissions::GetInstance()->DropPriveleges())
+                    return std::string("identity set-up failed");
+                errno = 0;
+                const int result =
+                    row.call == 'p'   ? CProcExplorer::SetPriorityFromPid(std::stoi(target), row.priority)
+                    : row.call == 'n' ? CProcExplorer::SetPriorityFromName(text, row.priority)
+                                      : CProcExplorer::SetPriorityFromPartialName(text, row.priority);
+                return std::to_string(result) + " errno " + std::to_string(row.error == -1 ? -1 : errno) +
+                       " as " + std::to_string(geteuid());
+            });
+        SCOPED_TRACE(std::string(1, row.call) + " " + target + " " + std::to_string(row.priority));
+        EXPECT_EQ(report, std::to_string(row.result) + " errno " + std::to_string(row.error) + " as 1000");
+        EXPECT_EQ(SchedulingOf(child.pid), row.scheduling);
+    }
 }
