@@ -8,9 +8,9 @@
 inline SSimResult ToolboxRun(const Args& options, const Args& ops)
 {
     CSimRun sim;
-    Args args = {"toolbox"};
-    args.insert(args.end(), ops.begin(), ops.end());
-    SSimResult run = sim.Probe(options, args);
+    Args command = {CSimRun::S_Probe, "toolbox"};
+    command.insert(command.end(), ops.begin(), ops.end());
+    SSimResult run = sim.Run(options, command);
     EXPECT_EQ(run.Status, 0) << run.Out << run.Err;
     return run;
 }

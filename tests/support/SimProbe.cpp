@@ -53,12 +53,6 @@ bool exists(const char* path)
     return access(path, F_OK) == 0;
 }
 
-void printNodes()
-{
-    for (const char* node : {"/dev/comram0", "/dev/timecode0", "/dev/zq8_0"})
-        std::printf("%s=%s\n", node + 5, exists(node) ? "present" : "absent");
-}
-
 struct Driver
 {
     int fd = -1;
@@ -109,11 +103,8 @@ int command(volatile uint8_t* ram, uint8_t opcode, long timeoutMs)
     return ram[0x0001];
 }
 
-int board()
+int board(const Driver& d)
 {
-    Driver d;
-    if (!openDriver(&d))
-        return 1;
     volatile uint8_t* ram = d.comram;
     // RAM as bytes, words and double words, read back in every width.
     ram[0x1000] = 0x5A;
@@ -150,11 +141,8 @@ int board()
     return 0;
 }
 
-int q7kRegisters()
+int q7kRegisters(const Driver& d)
 {
-    Driver d;
-    if (!openDriver(&d))
-        return 1;
     int viaArea = -1;
     if (d.io != nullptr)
     {
@@ -168,11 +156,8 @@ int q7kRegisters()
     return 0;
 }
 
-int config()
+int config(const Driver& d)
 {
-    Driver d;
-    if (!openDriver(&d))
-        return 1;
     for (int i = 0; i < 8; ++i)
         std::printf("word%d=0x%x\n", i, d.config[i]);
     uint32_t zero = 0;
@@ -497,23 +482,14 @@ int main(int argc, char** argv)
         std::printf("year=%d time64=%d\n", local.tm_year + 1900, static_cast<int>(sizeof(time_t) == 8));
         return 0;
     }
-    if (mode == "nodes")
-    {
-        printNodes();
-        return 0;
-    }
     if (mode == "modprobe")
-    {
         std::printf("status=%d\n", WEXITSTATUS(std::system(arg)));
-        printNodes();
+    if (mode == "nodes" || mode == "modprobe")
+    {
+        for (const char* node : {"/dev/comram0", "/dev/timecode0", "/dev/zq8_0"})
+            std::printf("%s=%s\n", node + 5, exists(node) ? "present" : "absent");
         return 0;
     }
-    if (mode == "config")
-        return config();
-    if (mode == "board")
-        return board();
-    if (mode == "q7k")
-        return q7kRegisters();
     if (mode == "inb")
     {
         std::printf("value=0x%02x\n", inb(static_cast<unsigned short>(std::strtoul(arg, nullptr, 0))));
@@ -525,9 +501,17 @@ int main(int argc, char** argv)
         return mapRequest(argc, argv);
     if (mode == "ports")
         return portCalls();
+    // The remaining modes use the board through the driver; the last two need its I/O area.
+    const bool ioArea = mode == "unknown" || mode == "iostore";
     Driver d;
-    if ((mode == "unknown" || mode == "iostore") && (!openDriver(&d) || d.io == nullptr))
+    if (!openDriver(&d) || (ioArea && d.io == nullptr))
         return 1;
+    if (mode == "config")
+        return config(d);
+    if (mode == "board")
+        return board(d);
+    if (mode == "q7k")
+        return q7kRegisters(d);
     if (mode == "unknown")
     {
         // An x87 store of the control word: no access the product makes.

@@ -221,13 +221,6 @@ SSimResult CSimRun::Tool(const Args& options, const Args& toolArgs)
     return Run(options, command);
 }
 
-SSimResult CSimRun::Probe(const Args& options, const Args& probeArgs)
-{
-    Args command = {S_Probe};
-    command.insert(command.end(), probeArgs.begin(), probeArgs.end());
-    return Run(options, command);
-}
-
 SSimResult CSimRun::Host(const Args& argv)
 {
     return Wait(Spawn(argv, -1, ETerminal::NONE));

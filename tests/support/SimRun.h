@@ -65,7 +65,6 @@ public:
     // input from stdinFd (-1: /dev/null).
     SSimResult Run(const Args& options, const Args& command, int stdinFd = -1);
     SSimResult Tool(const Args& options, const Args& toolArgs = {});
-    SSimResult Probe(const Args& options, const Args& probeArgs);
     // As Run, without waiting.
     pid_t Start(const Args& options, const Args& command, int stdinFd = -1,
                 ETerminal terminal = ETerminal::NONE);
