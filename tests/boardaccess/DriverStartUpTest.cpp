@@ -141,7 +141,7 @@ TEST(NoDriversTest, EveryCallReportsAStatusAndNothingIsTouched)
 {
     const SSimResult run =
         ToolboxRun({"--fault", "no-drivers"}, {"wakeup", "3", "q7kregs", "exec", "0x01", "1000", "0", "0",
-                                               "bsread", "4", "0xF0000A44", "q7kcomram", "1"});
+                                               "bsread", "0xF0000A44", "q7kcomram", "1"});
     const std::vector<std::pair<const char*, const char*>> expected = {
         {"kv", "0"},
         {"interface", "9"},

@@ -399,16 +399,9 @@ int toolbox(int argc, char** argv)
             put(prefix, "result", box->MCF547xI2CReset());
         else if (op == "bsread")
         {
-            const uint32_t width = next();
-            const uint32_t address = next();
             uint32_t value = 0xA5A5A5A5;
-            uint16_t word = 0xA5A5;
-            uint8_t byte = 0xA5;
-            put(prefix, "result",
-                width == 1   ? box->BS_ReadByte(address, &byte)
-                : width == 2 ? box->BS_ReadShort(address, &word)
-                             : box->BS_ReadLong(address, &value));
-            put(prefix, "value", width == 1 ? byte : width == 2 ? word : value);
+            put(prefix, "result", box->BS_ReadLong(next(), &value));
+            put(prefix, "value", value);
         }
         else if (op == "q7kregs")
         {
