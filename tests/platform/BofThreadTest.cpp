@@ -69,7 +69,9 @@ TEST(BofThread, RunsTheFunctionOnceWithItsContextAndNeverUnlessStarted)
         EXPECT_EQ(Bof_WaitForThreadEnd(thread), 0); // already joined: nothing left to wait for
         EXPECT_EQ(probe.runs, suspended ? 0 : 1) << "a thread never resumed never runs";
         if (!suspended)
+        {
             EXPECT_EQ(Bof_ResumeThread(thread), 0); // an ended thread is not started again
+        }
         EXPECT_EQ(Bof_CloseThread(thread), 0);
         EXPECT_EQ(probe.runs, suspended ? 0 : 1);
     }
@@ -123,9 +125,11 @@ TEST(BofThread, PriorityLevelsMapToWhatTheSystemApplies)
         EXPECT_EQ(Bof_SetThreadPriority(thread, Level(level)), known ? 0 : -1) << level;
         ASSERT_EQ(pthread_getschedparam(probe.self, &policy, &param), 0);
         if (known)
+        {
             EXPECT_EQ(std::to_string(policy) + " " + std::to_string(param.sched_priority),
                       std::to_string(wantedPolicy) + " " + std::to_string(wantedPriority))
                 << level;
+        }
     }
     EXPECT_FALSE(ConvertBofPriorityToOsPriority(BOF_THREAD_PRIORITY_003, nullptr, nullptr));
     probe.hold = false;

@@ -128,8 +128,11 @@ TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
     {
         const std::string stem = scratch.Path("step" + std::to_string(i));
         const std::string status = CSimRun::ReadText(stem + ".status");
-        results[i] = {status.empty() ? -1 : std::stoi(status), CSimRun::ReadText(stem + ".out"),
-                      CSimRun::ReadText(stem + ".err"), {}, {}};
+        results[i] = {status.empty() ? -1 : std::stoi(status),
+                      CSimRun::ReadText(stem + ".out"),
+                      CSimRun::ReadText(stem + ".err"),
+                      {},
+                      {}};
     }
     for (size_t i = 0; i < cases.size(); ++i)
     {

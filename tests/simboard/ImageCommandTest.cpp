@@ -5,6 +5,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <unistd.h>
 
 namespace
 {
@@ -19,7 +20,8 @@ std::tuple<int, std::string, std::string> run(const std::vector<std::string>& ar
 
 std::string tempFile(const std::string& bytes)
 {
-    const std::string path = ::testing::TempDir() + "simboard_image.bin";
+    // One name per process: ctest runs the cases of this file side by side.
+    const std::string path = ::testing::TempDir() + "simboard_image." + std::to_string(getpid()) + ".bin";
     std::ofstream(path, std::ios::binary) << bytes;
     return path;
 }
