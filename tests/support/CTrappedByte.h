@@ -23,7 +23,8 @@ public:
             throw std::logic_error("CTrappedByte: needs values, one at a time");
         }
         mPageSize_U32 = static_cast<uint32_t>(sysconf(_SC_PAGESIZE));
-        void* pPage = mmap(nullptr, mPageSize_U32, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        void* pPage =
+            mmap(nullptr, mPageSize_U32, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (pPage == MAP_FAILED)
         {
             throw std::runtime_error("CTrappedByte: mmap failed");
@@ -60,7 +61,8 @@ private:
     {
         CTrappedByte* pSelf = S_pActive_O;
         uint8_t* pFault = static_cast<uint8_t*>(info->si_addr);
-        if (pSelf == nullptr || pFault < pSelf->mpPage_U8 || pFault >= pSelf->mpPage_U8 + pSelf->mPageSize_U32)
+        if (pSelf == nullptr || pFault < pSelf->mpPage_U8 ||
+            pFault >= pSelf->mpPage_U8 + pSelf->mPageSize_U32)
         {
             signal(SIGSEGV, SIG_DFL);
             return;
@@ -78,7 +80,8 @@ private:
             return;
         }
         ++pSelf->mReads_U32;
-        const size_t next = pSelf->mReads_U32 < pSelf->mValues_X.size() ? pSelf->mReads_U32 : pSelf->mValues_X.size() - 1;
+        const size_t next =
+            pSelf->mReads_U32 < pSelf->mValues_X.size() ? pSelf->mReads_U32 : pSelf->mValues_X.size() - 1;
         mprotect(pSelf->mpPage_U8, pSelf->mPageSize_U32, PROT_READ | PROT_WRITE);
         pSelf->mpPage_U8[0] = pSelf->mValues_X[next];
         mprotect(pSelf->mpPage_U8, pSelf->mPageSize_U32, PROT_NONE);
