@@ -1,6 +1,7 @@
 // Wake-up, identification, command protocol and I2C of the toolbox against the simulated board.
 #include "ToolboxRun.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace
@@ -10,65 +11,46 @@ const std::string TIMEOUT = "4294967295";
 // Times the reset line was asserted: each attempt's reset pulse asserts it twice.
 size_t ResetAsserts(const SSimResult& run)
 {
-    size_t asserts = 0;
-    for (const Json::Value& event : run.Events("reset"))
-    {
-        asserts += TraceNumber(event, "line") == 1;
-    }
-    return asserts;
-}
-
-std::vector<uint32_t> Opcodes(const SSimResult& run)
-{
-    std::vector<uint32_t> opcodes;
-    for (const Json::Value& event : run.Events("cmd"))
-    {
-        opcodes.push_back(TraceNumber(event, "op"));
-    }
-    return opcodes;
+    const std::vector<uint32_t> lines = TraceNumbers(run.Events("reset"), "line");
+    return std::count(lines.begin(), lines.end(), 1u);
 }
 
 struct SModelCase
 {
     const char* Name;
-    Args Options;
+    const char* Board;
+    const char* Ident;
+    const char* Version; // the two board-version bytes
     // type, pcb, jumpers, components of the board infos
     std::vector<std::string> Infos;
     std::vector<uint32_t> LastCommands;
 };
 
-class WakeUpModelTest : public testing::TestWithParam<SModelCase>
-{
-};
+using WakeUpModelTest = testing::TestWithParam<SModelCase>;
 
 TEST_P(WakeUpModelTest, IdentifiesTheModelAndFillsTheBoardInfos)
 {
     const SModelCase& model = GetParam();
-    const SSimResult run = ToolboxRun(model.Options, {"wakeup", "3"});
+    const SSimResult run = ToolboxRun(
+        {"--board", model.Board, "--ident", model.Ident, "--board-version", model.Version}, {"wakeup", "3"});
     ASSERT_EQ(run.Value("0.result"), "0") << run.Out;
     const char* const keys[] = {"0.type", "0.pcb", "0.jumpers", "0.components"};
     for (size_t i = 0; i < 4; ++i)
-    {
         EXPECT_EQ(run.Value(keys[i]), model.Infos[i]) << keys[i];
-    }
     EXPECT_EQ(run.Value("0.rbf"), "0");
     EXPECT_EQ(run.Value("0.reserved"), "000000");
     ASSERT_EQ(run.Commands(0x05).size(), 1u);
     EXPECT_EQ(run.Value("0.id"), std::to_string(TraceNumber(run.Commands(0x05)[0], "ident")));
     EXPECT_EQ(ResetAsserts(run), 2u);
-    const std::vector<uint32_t> opcodes = Opcodes(run);
+    const std::vector<uint32_t> opcodes = TraceNumbers(run.Events("cmd"), "op");
     ASSERT_GT(opcodes.size(), model.LastCommands.size());
     EXPECT_EQ(opcodes.front(), 0x01u);
     EXPECT_EQ(std::vector<uint32_t>(opcodes.end() - model.LastCommands.size(), opcodes.end()),
               model.LastCommands);
     // Models that take the I2C probe send one empty transfer.
-    const size_t probes = model.LastCommands.size() == 4 ? 1 : 0;
-    ASSERT_EQ(run.Events("i2c").size(), probes);
-    if (probes == 1)
-    {
-        EXPECT_EQ(TraceNumber(run.Events("i2c")[0], "wr"), 0u);
-        EXPECT_EQ(TraceNumber(run.Events("i2c")[0], "rd"), 0u);
-    }
+    const std::vector<uint32_t> probes(model.LastCommands.size() == 4 ? 1 : 0, 0);
+    EXPECT_EQ(TraceNumbers(run.Events("i2c"), "wr"), probes);
+    EXPECT_EQ(TraceNumbers(run.Events("i2c"), "rd"), probes);
 }
 
 const std::vector<uint32_t> WITH_I2C = {0x05, 0x92, 0x90, 0x03};
@@ -78,28 +60,13 @@ INSTANTIATE_TEST_SUITE_P(
     Models, WakeUpModelTest,
     testing::Values(
         // ZEBX keeps the version bytes whole and has no jumpers.
-        SModelCase{"ZEBX",
-                   {"--board", "ZEBX", "--ident", "0x12", "--board-version", "0x37,0x45"},
-                   {"0", "55", "0", "69"},
-                   WITH_I2C},
-        SModelCase{"Q5K",
-                   {"--board", "Q5K", "--ident", "0xB2", "--board-version", "0x53,0x24"},
-                   {"1", "3", "5", "4"},
-                   WITH_I2C},
+        SModelCase{"ZEBX", "ZEBX", "0x12", "0x37,0x45", {"0", "55", "0", "69"}, WITH_I2C},
+        SModelCase{"Q5K", "Q5K", "0xB2", "0x53,0x24", {"1", "3", "5", "4"}, WITH_I2C},
         // A zero low nibble means the jumpers are not readable: reported as 0.
-        SModelCase{"Q5K_no_jumpers",
-                   {"--board", "Q5K", "--ident", "0xB2", "--board-version", "0x50,0x2F"},
-                   {"1", "0", "0", "15"},
-                   WITH_I2C},
-        SModelCase{"Q5KP",
-                   {"--board", "Q5KP", "--ident", "0xC5", "--board-version", "0x23,0x41"},
-                   {"2", "3", "2", "1"},
-                   WITHOUT_I2C},
-        SModelCase{"Q5KP_variant",
-                   {"--board", "Q5KP-V", "--ident", "0xC5", "--board-version", "0x2A,0x41"},
-                   {"3", "10", "2", "1"},
-                   WITHOUT_I2C}),
-    [](const testing::TestParamInfo<SModelCase>& info) { return std::string(info.param.Name); });
+        SModelCase{"Q5K_no_jumpers", "Q5K", "0xB2", "0x50,0x2F", {"1", "0", "0", "15"}, WITH_I2C},
+        SModelCase{"Q5KP", "Q5KP", "0xC5", "0x23,0x41", {"2", "3", "2", "1"}, WITHOUT_I2C},
+        SModelCase{"Q5KP_variant", "Q5KP-V", "0xC5", "0x2A,0x41", {"3", "10", "2", "1"}, WITHOUT_I2C}),
+    ByName);
 
 TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
 {
@@ -108,17 +75,13 @@ TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
     const std::vector<std::pair<const char*, const char*>> detected = {
         {"type", "4"}, {"id", "209"}, {"pcb", "2"}, {"jumpers", "3"}, {"components", "4"}, {"rbf", "5"}};
     for (const auto& [key, value] : detected)
-    {
         EXPECT_EQ(run.Value(key), value) << key;
-    }
     // The helper got the communication RAM from outside: its accessor has length 0, the status
     // reads 0 at the first poll and the wake-up ends after the first power cycle.
     EXPECT_EQ(run.Value("0.result"), "0");
     Args states;
     for (const Json::Value& event : run.Events("psu"))
-    {
         states.push_back(event["state"].asString());
-    }
     EXPECT_EQ(states, (Args{"off", "on"}));
     EXPECT_TRUE(run.Events("reset").empty());
     EXPECT_EQ(run.Value("0.us"), "11502108");
@@ -135,9 +98,7 @@ struct SAttemptCase
     std::vector<std::pair<uint32_t, size_t>> Commands; // opcode, how many times
 };
 
-class WakeUpAttemptTest : public testing::TestWithParam<SAttemptCase>
-{
-};
+using WakeUpAttemptTest = testing::TestWithParam<SAttemptCase>;
 
 TEST_P(WakeUpAttemptTest, ReturnsItsCodeAfterTheAttemptsItsRuleAllows)
 {
@@ -148,17 +109,12 @@ TEST_P(WakeUpAttemptTest, ReturnsItsCodeAfterTheAttemptsItsRuleAllows)
     EXPECT_EQ(ResetAsserts(run), 2 * c.Attempts);
     EXPECT_EQ(run.Events("psu").size(), 2 * c.PowerCycles);
     for (const auto& [opcode, count] : c.Commands)
-    {
         EXPECT_EQ(run.Commands(opcode).size(), count) << "opcode " << opcode;
-    }
 }
 
-const Args Q5K_FAST = {"--board", "Q5K", "--fault"};
 Args Q5KFault(const char* fault)
 {
-    Args options = Q5K_FAST;
-    options.push_back(fault);
-    return options;
+    return {"--board", "Q5K", "--fault", fault};
 }
 const Args STUCK_ZEBX = {"--board", "ZEBX", "--ident", "0x12", "--fault", "i2c-stuck"};
 
@@ -183,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
         SAttemptCase{"zero_attempts", {"--board", "Q5K"}, {"wakeup", "0"}, "0", 0, 0, {{0x01, 0}}},
         // A Q7K runs its power cycle even for zero attempts.
         SAttemptCase{"zero_attempts_q7k", {"--board", "Q7K"}, {"--type", "4", "wakeup", "0"}, "0", 0, 1, {}}),
-    [](const testing::TestParamInfo<SAttemptCase>& info) { return std::string(info.param.Name); });
+    ByName);
 
 // A bootstrap that never answers is asked 201 times per attempt (about 20 s of 1 s queries with
 // 100 ms pauses) before the attempt fails.
@@ -209,9 +165,7 @@ struct SRecoveryCase
     uint32_t SecondAddressByte; // what the board sees in bits 8-15 of each address
 };
 
-class BusRecoveryTest : public testing::TestWithParam<SRecoveryCase>
-{
-};
+using BusRecoveryTest = testing::TestWithParam<SRecoveryCase>;
 
 TEST_P(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
 {
@@ -221,13 +175,8 @@ TEST_P(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
     ASSERT_EQ(run.Value("0.result"), "0");
     std::vector<Json::Value> steps;
     for (const Json::Value& event : run.Events("cmd"))
-    {
-        const uint32_t op = TraceNumber(event, "op");
-        if (op >= 0x80 && op <= 0x88)
-        {
+        if (TraceNumber(event, "op") >= 0x80 && TraceNumber(event, "op") <= 0x88)
             steps.push_back(event);
-        }
-    }
     ASSERT_EQ(steps.size(), 26u);
     // opcode and address (low byte) of each step; ten clock pulses, each a data and a clock write
     std::vector<std::pair<uint32_t, uint32_t>> expected = {
@@ -256,39 +205,29 @@ TEST_P(BusRecoveryTest, IssuesThreeReadsAndTwentyThreeWritesInOrder)
 INSTANTIATE_TEST_SUITE_P(Interfaces, BusRecoveryTest,
                          testing::Values(SRecoveryCase{"interface_0_flag_overlays_address", "0", 0x01},
                                          SRecoveryCase{"interface_1_exact_address", "1", 0x0A}),
-                         [](const testing::TestParamInfo<SRecoveryCase>& info)
-                         { return std::string(info.param.Name); });
+                         ByName);
 
 TEST(CommandProtocolTest, EachInterfaceUsesItsOwnMailbox)
 {
     const SSimResult run =
         ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "exec", "0x01", "1000", "1", "1", "exec", "0x01",
                                         "1000", "2", "0", "exec", "0x01", "1000", "0", "0"});
-    const std::vector<Json::Value> queries = run.Commands(0x01);
-    ASSERT_GE(queries.size(), 3u);
-    std::vector<uint32_t> mailboxes;
-    for (size_t i = queries.size() - 3; i < queries.size(); ++i)
-    {
-        mailboxes.push_back(TraceNumber(queries[i], "mbx"));
-    }
-    EXPECT_EQ(mailboxes, (std::vector<uint32_t>{0x2F24, 0x3024, 0x0000}));
+    const std::vector<uint32_t> mailboxes = TraceNumbers(run.Commands(0x01), "mbx");
+    ASSERT_GE(mailboxes.size(), 3u);
+    EXPECT_EQ(std::vector<uint32_t>(mailboxes.end() - 3, mailboxes.end()),
+              (std::vector<uint32_t>{0x2F24, 0x3024, 0x0000}));
     for (const char* key : {"1.result", "2.result", "3.result"})
-    {
         EXPECT_EQ(run.Value(key), "0") << key;
-    }
 }
 
 TEST(I2CServiceTest, EmptyAndOversizedCountsArePostedAsTheirLow16Bits)
 {
     const SSimResult run =
         ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "i2c", "0", "0", "i2c-nobuf", "0x10002", "0x10003"});
-    const std::vector<Json::Value> transfers = run.Events("i2c");
-    ASSERT_EQ(transfers.size(), 3u); // the wake-up's probe, then ours
-    EXPECT_EQ(TraceNumber(transfers[1], "wr"), 0u);
-    EXPECT_EQ(TraceNumber(transfers[1], "rd"), 0u);
-    EXPECT_EQ(TraceNumber(transfers[2], "wr"), 2u);
-    EXPECT_EQ(TraceNumber(transfers[2], "rd"), 3u);
-    EXPECT_EQ(run.Value("1.result"), std::to_string(TraceNumber(transfers[1], "status")));
+    // The wake-up's probe, then ours.
+    ASSERT_EQ(TraceNumbers(run.Events("i2c"), "wr"), (std::vector<uint32_t>{0, 0, 2}));
+    EXPECT_EQ(TraceNumbers(run.Events("i2c"), "rd"), (std::vector<uint32_t>{0, 0, 3}));
+    EXPECT_EQ(run.Value("1.result"), std::to_string(TraceNumbers(run.Events("i2c"), "status")[1]));
 }
 
 TEST(I2CServiceTest, FailedTransferLeavesTheReadBufferAsItWas)
@@ -324,9 +263,7 @@ struct SDeadlineCase
     int64_t Us;
 };
 
-class DeadlineTest : public testing::TestWithParam<SDeadlineCase>
-{
-};
+using DeadlineTest = testing::TestWithParam<SDeadlineCase>;
 
 TEST_P(DeadlineTest, EndsWithItsResultAtItsTime)
 {
@@ -360,5 +297,5 @@ INSTANTIATE_TEST_SUITE_P(
         SDeadlineCase{"never_settles", "status-flicker=8000", PRESENCE_1MS, TIMEOUT.c_str(), 6004},
         SDeadlineCase{"stuck_pending", "status-stuck=0x80", STUCK, TIMEOUT.c_str(), 356404},
         SDeadlineCase{"stuck_busy", "status-stuck=0xFF", STUCK, TIMEOUT.c_str(), 356469}),
-    [](const testing::TestParamInfo<SDeadlineCase>& info) { return std::string(info.param.Name); });
+    ByName);
 } // namespace

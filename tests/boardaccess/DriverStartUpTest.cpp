@@ -16,9 +16,7 @@ struct SModuleCase
     LogLines DriverLog;
 };
 
-class ModuleLoadingTest : public testing::TestWithParam<SModuleCase>
-{
-};
+using ModuleLoadingTest = testing::TestWithParam<SModuleCase>;
 
 TEST_P(ModuleLoadingTest, LoadsWhatIsMissingOnceAndLogsUnderOneIdentity)
 {
@@ -38,9 +36,7 @@ TEST_P(ModuleLoadingTest, LoadsWhatIsMissingOnceAndLogsUnderOneIdentity)
             EXPECT_EQ(event["driver_fds"].asInt(), 0);
         }
         else if (event["ev"] == "ioctl" && TraceNumber(event, "request") == 0x40046E10)
-        {
             loads.push_back("init " + std::to_string(TraceNumber(event, "value")));
-        }
     }
     EXPECT_EQ(loads, c.Loads);
     EXPECT_EQ(run.Log("GenlockDriverApi::GenlockDriverApi"), c.DriverLog);
@@ -68,11 +64,9 @@ INSTANTIATE_TEST_SUITE_P(
         SModuleCase{"LoadedOnHostBoard0", {"--host-board", "0", "--modules-loaded", "yes"}, "0", {}, LOADED},
         // Host board 1 loads nothing: a missing ComRAM node leaves its handle not open.
         SModuleCase{"MissingOnHostBoard1", {"--host-board", "1", "--modules-loaded", "no"}, "9", {}, LOADED}),
-    [](const testing::TestParamInfo<SModuleCase>& info) { return std::string(info.param.Name); });
+    ByName);
 
-class ReleaseTest : public testing::TestWithParam<bool>
-{
-};
+using ReleaseTest = testing::TestWithParam<bool>;
 
 // Released with its devices shut down, each driver gets its shutdown request and its module is
 // unloaded, ComRAM before timecode; released without, the modules stay.
@@ -103,9 +97,7 @@ struct SHostCase
     const char* IoArea;
 };
 
-class HostBoardTest : public testing::TestWithParam<SHostCase>
-{
-};
+using HostBoardTest = testing::TestWithParam<SHostCase>;
 
 // Detection reads register 0, then registers 0 to 3 once each in index order; the register
 // helper reads them again, each after writing its index.
@@ -134,8 +126,7 @@ TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
 INSTANTIATE_TEST_SUITE_P(Hosts, HostBoardTest,
                          testing::Values(SHostCase{"PortsOnHostBoard0", "0", "0"},
                                          SHostCase{"IoAreaOnHostBoard1", "1", "1"}),
-                         [](const testing::TestParamInfo<SHostCase>& info)
-                         { return std::string(info.param.Name); });
+                         ByName);
 
 TEST(NoDriversTest, EveryCallReportsAStatusAndNothingIsTouched)
 {
@@ -157,9 +148,7 @@ TEST(NoDriversTest, EveryCallReportsAStatusAndNothingIsTouched)
         {"3.result", "4294967295"},
         {"3.value", "2779096485"}}; // nothing to copy from: 0xA5A5A5A5
     for (const auto& [key, value] : expected)
-    {
         EXPECT_EQ(run.Value(key), value) << key;
-    }
 }
 
 } // namespace

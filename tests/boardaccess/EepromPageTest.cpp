@@ -17,9 +17,7 @@ struct SPageCase
     int64_t GapUs;      // between two transfers of the page: a 20 ms pause before a busy page
 };
 
-class PageRetryTest : public testing::TestWithParam<SPageCase>
-{
-};
+using PageRetryTest = testing::TestWithParam<SPageCase>;
 
 TEST_P(PageRetryTest, RetriesWhatItsRuleAllows)
 {
@@ -37,9 +35,7 @@ TEST_P(PageRetryTest, RetriesWhatItsRuleAllows)
     }
     ASSERT_EQ(times.size(), c.Transfers);
     for (size_t i = 1; i < times.size(); ++i)
-    {
         EXPECT_EQ(times[i] - times[i - 1], c.GapUs) << "transfer " << i;
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Statuses, PageRetryTest,
@@ -48,8 +44,7 @@ INSTANTIATE_TEST_SUITE_P(Statuses, PageRetryTest,
                                          SPageCase{"ErrorAskedAgainAtOnce", "1:2", "1", 3, "0", 2019},
                                          SPageCase{"ErrorGivesUpAfterFiveTries", "1:15", "1", 5, "512", 2019},
                                          SPageCase{"BusyTakenAsReadWithoutRetry", "3:1", "0", 1, "512", 0}),
-                         [](const testing::TestParamInfo<SPageCase>& info)
-                         { return std::string(info.param.Name); });
+                         ByName);
 
 struct SWriteCase
 {
@@ -59,9 +54,7 @@ struct SWriteCase
     Args Transfers; // to the identity EEPROM: bytes written and status
 };
 
-class EepromWriteTest : public testing::TestWithParam<SWriteCase>
-{
-};
+using EepromWriteTest = testing::TestWithParam<SWriteCase>;
 
 // A write that meets the EEPROM busy polls it with empty writes, ten at most, then writes again.
 TEST_P(EepromWriteTest, PollsABusyEepromThenWritesAgain)
@@ -81,10 +74,10 @@ TEST_P(EepromWriteTest, PollsABusyEepromThenWritesAgain)
 
 const Args TEN_POLLS = {"66:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2", "0:2"};
 
-INSTANTIATE_TEST_SUITE_P(
-    Busy, EepromWriteTest,
-    testing::Values(SWriteCase{"Idle", "0", "0", {"66:0"}},
-                    SWriteCase{"BusyThrice", "3", "0", {"66:2", "0:2", "0:2", "0:0", "66:0"}},
-                    SWriteCase{"BusyBeyondTenPolls", "11", "2", TEN_POLLS}),
-    [](const testing::TestParamInfo<SWriteCase>& info) { return std::string(info.param.Name); });
+INSTANTIATE_TEST_SUITE_P(Busy, EepromWriteTest,
+                         testing::Values(SWriteCase{"Idle", "0", "0", {"66:0"}},
+                                         SWriteCase{
+                                             "BusyThrice", "3", "0", {"66:2", "0:2", "0:2", "0:0", "66:0"}},
+                                         SWriteCase{"BusyBeyondTenPolls", "11", "2", TEN_POLLS}),
+                         ByName);
 } // namespace

@@ -14,3 +14,6 @@ inline SSimResult ToolboxRun(const Args& options, const Args& ops)
     EXPECT_EQ(run.Status, 0) << run.Out << run.Err;
     return run;
 }
+
+// Names a parameterised case after its Name field.
+inline const auto ByName = [](const auto& info) { return std::string(info.param.Name); };

@@ -19,16 +19,12 @@ public:
     explicit CTrappedByte(std::vector<uint8_t> values) : mValues_X(std::move(values))
     {
         if (mValues_X.empty() || S_pActive_O != nullptr)
-        {
             throw std::logic_error("CTrappedByte: needs values, one at a time");
-        }
         mPageSize_U32 = static_cast<uint32_t>(sysconf(_SC_PAGESIZE));
         void* pPage =
             mmap(nullptr, mPageSize_U32, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (pPage == MAP_FAILED)
-        {
             throw std::runtime_error("CTrappedByte: mmap failed");
-        }
         mpPage_U8 = static_cast<uint8_t*>(pPage);
         mpPage_U8[0] = mValues_X[0];
         S_pActive_O = this;
@@ -76,9 +72,7 @@ private:
         CTrappedByte* pSelf = S_pActive_O;
         static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_EFL] &= ~TRAP_FLAG;
         if (pSelf == nullptr)
-        {
             return;
-        }
         ++pSelf->mReads_U32;
         const size_t next =
             pSelf->mReads_U32 < pSelf->mValues_X.size() ? pSelf->mReads_U32 : pSelf->mValues_X.size() - 1;

@@ -12,14 +12,10 @@ inline std::string RunInForkedChild(const std::function<std::string()>& check)
 {
     int fds[2];
     if (pipe(fds) != 0)
-    {
         return std::string("pipe: ") + strerror(errno);
-    }
     pid_t child = fork();
     if (child < 0)
-    {
         return std::string("fork: ") + strerror(errno);
-    }
     if (child == 0)
     {
         close(fds[0]);
@@ -32,15 +28,11 @@ inline std::string RunInForkedChild(const std::function<std::string()>& check)
     char buffer[256];
     ssize_t got;
     while ((got = read(fds[0], buffer, sizeof(buffer))) > 0)
-    {
         report.append(buffer, static_cast<size_t>(got));
-    }
     close(fds[0]);
     int status = 0;
     waitpid(child, &status, 0);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-    {
         report += " (child did not report normally)";
-    }
     return report;
 }

@@ -36,9 +36,7 @@ std::vector<Json::Value> JsonLines(const std::string& text)
         std::istringstream one(line);
         std::string errors;
         if (Json::parseFromStream(builder, one, &value, &errors) && value.isObject())
-        {
             values.push_back(value);
-        }
     }
     return values;
 }
@@ -49,13 +47,9 @@ std::string SSimResult::Value(const std::string& key) const
     const std::string needle = key + "=";
     size_t at = Out.find(needle);
     while (at != std::string::npos && at != 0 && Out[at - 1] != ' ' && Out[at - 1] != '\n')
-    {
         at = Out.find(needle, at + 1);
-    }
     if (at == std::string::npos)
-    {
         return "";
-    }
     const size_t start = at + needle.size();
     return Out.substr(start, Out.find_first_of(" \n", start) - start);
 }
@@ -70,11 +64,10 @@ std::vector<Json::Value> SSimResult::Events(const std::string& ev) const
 
 std::vector<Json::Value> SSimResult::Commands(uint32_t opcode) const
 {
-    std::vector<Json::Value> commands = Events("cmd");
-    commands.erase(std::remove_if(commands.begin(), commands.end(),
-                                  [&](const Json::Value& event)
-                                  { return TraceNumber(event, "op") != opcode; }),
-                   commands.end());
+    std::vector<Json::Value> commands;
+    for (const Json::Value& event : Events("cmd"))
+        if (TraceNumber(event, "op") == opcode)
+            commands.push_back(event);
     return commands;
 }
 
@@ -97,26 +90,28 @@ uint32_t TraceNumber(const Json::Value& event, const char* key)
 {
     const Json::Value& value = event[key];
     if (value.isString())
-    {
         return static_cast<uint32_t>(strtoul(value.asCString(), nullptr, 0));
-    }
     return value.isIntegral() ? static_cast<uint32_t>(value.asUInt64()) : ~0u;
+}
+
+std::vector<uint32_t> TraceNumbers(const std::vector<Json::Value>& events, const char* key)
+{
+    std::vector<uint32_t> numbers;
+    for (const Json::Value& event : events)
+        numbers.push_back(TraceNumber(event, key));
+    return numbers;
 }
 
 CSimRun::CSimRun()
 {
     char pattern[] = "/tmp/sarvik-test-XXXXXX";
     if (mkdtemp(pattern) == nullptr)
-    {
         throw std::runtime_error("mkdtemp failed");
-    }
     mFolder = pattern;
     // Ordinary users started by a test reach their programs and files through it.
     chmod(mFolder.c_str(), 0755);
     for (const std::string& folder : {Root(), Root() + "/data", Root() + "/data/log"})
-    {
         mkdir(folder.c_str(), 0755);
-    }
 }
 
 CSimRun::~CSimRun()
@@ -129,13 +124,9 @@ pid_t CSimRun::Spawn(const Args& argv, int stdinFd, ETerminal terminal)
     mStem = Path("run" + std::to_string(mRuns++));
     const pid_t pid = fork();
     if (pid != 0)
-    {
         return pid;
-    }
     if (terminal != ETerminal::NONE && (setsid() < 0 || ioctl(stdinFd, TIOCSCTTY, 0) != 0))
-    {
         _exit(126);
-    }
     if (terminal == ETerminal::BACKGROUND)
     {
         const pid_t job = fork();
@@ -164,14 +155,10 @@ pid_t CSimRun::Spawn(const Args& argv, int stdinFd, ETerminal terminal)
     const int out = open((mStem + ".out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     const int err = open((mStem + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0)
-    {
         _exit(126);
-    }
     std::vector<char*> args;
     for (const std::string& arg : argv)
-    {
         args.push_back(const_cast<char*>(arg.c_str()));
-    }
     args.push_back(nullptr);
     setenv("TZ", "UTC", 1);
     umask(022);
@@ -181,13 +168,8 @@ pid_t CSimRun::Spawn(const Args& argv, int stdinFd, ETerminal terminal)
 
 pid_t CSimRun::Start(const Args& options, const Args& command, int stdinFd, ETerminal terminal)
 {
-    Args argv = {S_Sim,
-                 "--root",
-                 Root(),
-                 "--trace",
-                 Path("run" + std::to_string(mRuns) + ".trace"),
-                 "--syslog",
-                 Path("run" + std::to_string(mRuns) + ".syslog")};
+    const std::string stem = Path("run" + std::to_string(mRuns));
+    Args argv = {S_Sim, "--root", Root(), "--trace", stem + ".trace", "--syslog", stem + ".syslog"};
     argv.insert(argv.end(), options.begin(), options.end());
     argv.push_back("--");
     argv.insert(argv.end(), command.begin(), command.end());

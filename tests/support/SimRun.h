@@ -32,6 +32,8 @@ struct SSimResult
 
 // A trace field as a number: hex text ("0x7F") or a JSON number; ~0u when absent.
 uint32_t TraceNumber(const Json::Value& event, const char* key);
+// One field of each event, as TraceNumber reads it.
+std::vector<uint32_t> TraceNumbers(const std::vector<Json::Value>& events, const char* key);
 
 // How a started command meets the terminal given as its standard input.
 enum class ETerminal
