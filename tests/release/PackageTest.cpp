@@ -9,7 +9,6 @@
 namespace
 {
 const std::string kTextReport = "Serial number : KV0012345\nChassis : KV5-4U\n";
-const std::string kJsonReport = "\n{\n\t\"Chassis\" : \"KV5-4U\",\n\t\"SerialNumber\" : \"KV0012345\"\n}\n\n";
 
 struct FieldCase
 {
@@ -76,33 +75,22 @@ struct StepCase
 {
     const char* name;
     std::vector<std::string> argv;
-    std::string out; // expected standard output; empty with a marker below to search instead
-    const char* outContains;
+    std::string out; // a text the standard output holds
 };
 
+// The contents listing above already shows the modes and the documentation files.
 TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
 {
     CSimRun scratch;
-    const std::string sim = CSimRun::S_Sim;
     const std::string man = "/usr/share/man/man8/Sarvik.8.gz";
     const std::vector<StepCase> cases = {
-        {"dpkg -i", {"dpkg", "-i", SARVIK_DEB_PATH}, "", "Setting up sarvik:i386 (" SARVIK_VERSION ")"},
-        {"installed state",
+        {"dpkg -i", {"dpkg", "-i", SARVIK_DEB_PATH}, "Setting up sarvik:i386 (" SARVIK_VERSION ")"},
+        {"installed",
          {"dpkg-query", "-W", "-f", "${Status} ${Version}", "sarvik"},
-         "install ok installed " SARVIK_VERSION,
-         nullptr},
-        {"binary mode", {"stat", "-c", "%a %U %G", "/usr/sbin/Sarvik"}, "755 root root\n", nullptr},
-        {"text report", {sim, "--", "/usr/sbin/Sarvik"}, kTextReport, nullptr},
-        {"json report", {sim, "--", "/usr/sbin/Sarvik", "--json"}, kJsonReport, nullptr},
-        {"man finds the page", {"man", "-w", "8", "Sarvik"}, man + "\n", nullptr},
-        {"page renders",
-         {"man", "--warnings", "-P", "cat", "-l", man},
-         "",
-         "Sarvik - print the serial number"},
-        {"documentation",
-         {"ls", "/usr/share/doc/sarvik"},
-         "README.md\nchangelog.gz\ncopyright\nrunning-sarvik.md\n",
-         nullptr},
+         "install ok installed " SARVIK_VERSION},
+        {"text report", {CSimRun::S_Sim, "--", "/usr/sbin/Sarvik"}, kTextReport},
+        {"man finds the page", {"man", "-w", "8", "Sarvik"}, man + "\n"},
+        {"renders", {"man", "--warnings", "-P", "cat", "-l", man}, "Sarvik - print the serial number"},
     };
     // A private mount namespace with tmpfs layers over /usr, /etc and /var: whatever dpkg writes
     // there vanishes with it, and no step runs unless every layer is in place. Each step leaves its
@@ -123,34 +111,17 @@ TEST(Package, InstallsWithDpkgAndTheInstalledToolReadsTheUnit)
     const SSimResult sandbox =
         scratch.Host({"unshare", "--mount", "--propagation", "private", "sh", "-c", script, layers});
     ASSERT_EQ(sandbox.Status, 0) << sandbox.Err;
-    std::vector<SSimResult> results(cases.size());
-    for (size_t i = 0; i < cases.size(); ++i)
-    {
-        const std::string stem = scratch.Path("step" + std::to_string(i));
-        const std::string status = CSimRun::ReadText(stem + ".status");
-        results[i] = {status.empty() ? -1 : std::stoi(status),
-                      CSimRun::ReadText(stem + ".out"),
-                      CSimRun::ReadText(stem + ".err"),
-                      {},
-                      {}};
-    }
     for (size_t i = 0; i < cases.size(); ++i)
     {
         const StepCase& c = cases[i];
-        const SSimResult& r = results[i];
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(r.Status, 0) << r.Err;
-        if (c.outContains != nullptr)
-        {
-            EXPECT_NE(r.Out.find(c.outContains), std::string::npos) << r.Out;
-        }
-        else
-        {
-            EXPECT_EQ(r.Out, c.out);
-        }
+        const std::string stem = scratch.Path("step" + std::to_string(i));
+        const std::string out = CSimRun::ReadText(stem + ".out");
+        EXPECT_EQ(CSimRun::ReadText(stem + ".status"), "0\n") << CSimRun::ReadText(stem + ".err");
+        EXPECT_NE(out.find(c.out), std::string::npos) << out;
     }
     // The manual page renders without a single warning from man or groff.
-    EXPECT_EQ(results[6].Err, "");
+    EXPECT_EQ(CSimRun::ReadText(scratch.Path("step4.err")), "");
 }
 
 } // namespace

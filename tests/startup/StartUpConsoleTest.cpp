@@ -48,6 +48,14 @@ bool IsRaw(const struct termios& t)
     return (t.c_lflag & (ECHO | ICANON | ISIG)) == 0 && t.c_cc[VMIN] == 1 && t.c_cc[VTIME] == 0;
 }
 
+void ExpectRestored(const struct termios& before, const struct termios& after)
+{
+    EXPECT_EQ(after.c_lflag, before.c_lflag);
+    EXPECT_EQ(after.c_iflag, before.c_iflag);
+    EXPECT_EQ(after.c_cc[VMIN], before.c_cc[VMIN]);
+    EXPECT_EQ(after.c_cc[VTIME], before.c_cc[VTIME]);
+}
+
 template <typename Predicate> bool WaitFor(Predicate ready, std::chrono::milliseconds limit = 10s)
 {
     const auto end = std::chrono::steady_clock::now() + limit;
@@ -145,10 +153,18 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
     const SSimResult result = sim.Wait(started);
     close(fifo);
     EXPECT_EQ(result.Status, 0);
-    const struct termios after = pty.Settings();
-    EXPECT_EQ(after.c_lflag, before.c_lflag);
-    EXPECT_EQ(after.c_iflag, before.c_iflag);
-    EXPECT_EQ(after.c_cc[VMIN], before.c_cc[VMIN]);
-    EXPECT_EQ(after.c_cc[VTIME], before.c_cc[VTIME]);
+    ExpectRestored(before, pty.Settings());
+}
+
+TEST(StartUpConsole, ABackgroundJobLeavesTheTerminalAloneAndRunsToItsEnd)
+{
+    SPty pty;
+    ASSERT_GE(pty.slave, 0);
+    const struct termios before = pty.Settings();
+    CSimRun sim;
+    const SSimResult result = sim.Wait(sim.Start({}, {CSimRun::S_Tool}, pty.slave, ETerminal::BACKGROUND));
+    EXPECT_EQ(result.Status, 0) << "above " << CSimRun::STOPPED_BY_SIGNAL << ": stopped by that signal";
+    EXPECT_EQ(result.Out, "Serial number : KV0012345\nChassis : KV5-4U\n");
+    ExpectRestored(before, pty.Settings());
 }
 } // namespace

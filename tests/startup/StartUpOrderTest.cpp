@@ -9,46 +9,30 @@
 
 namespace
 {
-// The lines of the traced tool's own first thread, in order.
-std::vector<std::string> MainThreadCalls(const std::string& trace)
+// The lines of the trace: strace without -f follows the tool's own first thread only.
+std::vector<std::string> Lines(const std::string& trace)
 {
     std::vector<std::string> calls;
     std::istringstream in(trace);
-    std::string pid;
     for (std::string line; std::getline(in, line);)
     {
-        const std::string linePid = line.substr(0, line.find(' '));
-        if (pid.empty())
-        {
-            pid = linePid;
-        }
-        if (linePid == pid)
-        {
-            // strace pads the pid column, so short pids leave more than one blank before the call.
-            const size_t call = line.find_first_not_of(' ', line.find(' '));
-            calls.push_back(call == std::string::npos ? std::string() : line.substr(call));
-        }
+        calls.push_back(line);
     }
     return calls;
 }
 
-// Index of the first (or last) call starting with the text and holding another, -1 when absent.
+// Index of the first call from a place on starting with the text and holding another, -1 when absent.
 int Find(const std::vector<std::string>& calls, const std::string& start, const std::string& holding = "",
-         bool last = false)
+         size_t from = 0)
 {
-    int found = -1;
-    for (size_t i = 0; i < calls.size(); i++)
+    for (size_t i = from; i < calls.size(); i++)
     {
         if (calls[i].rfind(start, 0) == 0 && calls[i].find(holding) != std::string::npos)
         {
-            found = static_cast<int>(i);
-            if (!last)
-            {
-                break;
-            }
+            return static_cast<int>(i);
         }
     }
-    return found;
+    return -1;
 }
 
 TEST(StartUpOrder, EffectsHappenInTheirGroupsOrderAndAreUndoneInReverse)
@@ -61,33 +45,25 @@ TEST(StartUpOrder, EffectsHappenInTheirGroupsOrderAndAreUndoneInReverse)
     const std::string trace = sim.Path("strace.txt");
     const pid_t pid =
         sim.Start({},
-                  {"strace", "-f", "-o", trace, "-e",
-                   "trace=ioctl,rt_sigaction,umask,open,openat,close,exit_group", CSimRun::S_Tool},
+                  {"strace", "-o", trace, "-e", "trace=ioctl,rt_sigaction,umask,open,openat,close,exit_group",
+                   CSimRun::S_Tool},
                   slave, ETerminal::CONTROLLING);
     const SSimResult result = sim.Wait(pid);
     close(slave);
     close(master);
     ASSERT_EQ(result.Status, 0) << result.Err;
 
-    const std::vector<std::string> calls = MainThreadCalls(CSimRun::ReadText(trace));
+    const std::vector<std::string> calls = Lines(CSimRun::ReadText(trace));
     // strace on i386 names the set call "SNDCTL_TMR_START or TCSETS".
     const int saveConsole = Find(calls, "ioctl(0, TCGETS");
     const int rawConsole = Find(calls, "ioctl(0, ", "TCSETS");
     const int ignorePipe = Find(calls, "rt_sigaction(SIGPIPE, {sa_handler=SIG_IGN");
     const int mask = Find(calls, "umask(003)");
-    int openLog = -1;
-    for (size_t i = 0; i < calls.size() && openLog < 0; i++)
-    {
-        openLog = calls[i].find("QXK_Switch.log") != std::string::npos ? static_cast<int>(i) : -1;
-    }
+    const int openLog = Find(calls, "open", "QXK_Switch.log");
     ASSERT_GE(openLog, 0) << "switch log never opened";
     const std::string fd = calls[openLog].substr(calls[openLog].rfind("= ") + 2);
-    int closeLog = -1;
-    for (size_t i = openLog + 1; i < calls.size() && closeLog < 0; i++)
-    {
-        closeLog = calls[i].rfind("close(" + fd + ")", 0) == 0 ? static_cast<int>(i) : -1;
-    }
-    const int restoreConsole = Find(calls, "ioctl(0, ", "TCSETS", true);
+    const int closeLog = Find(calls, "close(" + fd + ")", "", openLog + 1);
+    const int restoreConsole = Find(calls, "ioctl(0, ", "TCSETS", closeLog + 1);
     const int end = Find(calls, "exit_group");
 
     EXPECT_GE(saveConsole, 0);
