@@ -12,6 +12,7 @@ namespace
 constexpr off_t LIMIT = 2097152;
 constexpr off_t SESSION_LINE = 26 + 43;
 const std::string SESSION = "-------------- New Session --------------\r\n";
+const std::string SAMPLE = "Serial number : KV0012345\nChassis : KV5-4U\n"; // the simulator's unit
 const std::string PREFIX = R"(<\d{2}/\d{2}/\d{4} \d{2}:\d{2}:\d{2}\.\d{3}> )";
 
 // The switch log of the simulated server's /mnt/APPS.
@@ -89,8 +90,35 @@ TEST(StartUpSwitchLog, WithoutTheLogDirectoryNothingIsWrittenAndNothingMoreIsPri
     CSimRun sim;
     ASSERT_EQ(rmdir((sim.Root() + "/data/log").c_str()), 0);
     ASSERT_EQ(symlink("/nonexistent/sarvik-log", (sim.Root() + "/data/log").c_str()), 0);
-    EXPECT_EQ(RunQuietly(sim), "Serial number : KV0012345\nChassis : KV5-4U\n");
+    EXPECT_EQ(RunQuietly(sim), SAMPLE);
     EXPECT_EQ(FileSize(SwitchLog(sim)), -1);
     EXPECT_EQ(FileSize("/nonexistent"), -1);
+}
+
+TEST(StartUpSwitchLog, AClosedOrPlainStandardDescriptorSendsNothingIntoTheSwitchLog)
+{
+    struct SCase
+    {
+        const char* Redirections;
+        std::string Out;
+    } const cases[] = {
+        {">&-", ""},
+        {"--bogus-option 2>&-", SAMPLE},
+        {"<&-", SAMPLE},
+        {"</dev/null", SAMPLE}, // not a terminal: the console is left alone
+        {"--bogus-option <&- >&- 2>&-", ""},
+    };
+    for (const SCase& c : cases)
+    {
+        SCOPED_TRACE(c.Redirections);
+        CSimRun sim;
+        // The tool run the way a shell does for `Sarvik ARGS REDIRECTIONS`.
+        const SSimResult result =
+            sim.Run({}, {"/bin/sh", "-c", std::string("exec \"$0\" ") + c.Redirections, CSimRun::S_Tool});
+        ASSERT_EQ(result.Status, 0) << result.Err;
+        EXPECT_EQ(result.Out, c.Out);
+        const std::string log = CSimRun::ReadText(SwitchLog(sim));
+        EXPECT_TRUE(std::regex_match(log, std::regex(PREFIX + SESSION))) << log;
+    }
 }
 } // namespace
