@@ -10,27 +10,21 @@ namespace
 {
 const std::string kTextReport = "Serial number : KV0012345\nChassis : KV5-4U\n";
 
-struct FieldCase
-{
-    const char* field;
-    std::string expected;
-};
-
 TEST(Package, ControlFieldsNameTheI386ToolAndItsRuntime)
 {
     CSimRun scratch;
-    const FieldCase cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {"Package", "sarvik"},
         {"Version", SARVIK_VERSION},
         {"Architecture", "i386"},
         {"Section", "admin"},
     };
-    for (const FieldCase& c : cases)
+    for (const auto& [field, expected] : cases)
     {
-        SCOPED_TRACE(c.field);
-        const SSimResult r = scratch.Host({"dpkg-deb", "--field", SARVIK_DEB_PATH, c.field});
+        SCOPED_TRACE(field);
+        const SSimResult r = scratch.Host({"dpkg-deb", "--field", SARVIK_DEB_PATH, field});
         ASSERT_EQ(r.Status, 0) << r.Err;
-        EXPECT_EQ(r.Out, c.expected + "\n");
+        EXPECT_EQ(r.Out, expected + "\n");
     }
     // An i386 package's dependencies are i386 packages: this is the i386 JsonCpp runtime, the
     // one whose library the binary needs.
@@ -40,19 +34,14 @@ TEST(Package, ControlFieldsNameTheI386ToolAndItsRuntime)
     EXPECT_NE(needed.Out.find("NEEDED               libjsoncpp.so.25"), std::string::npos) << needed.Out;
 }
 
-struct ContentCase
-{
-    const char* path;
-    const char* mode; // as dpkg-deb --contents shows it
-};
-
 TEST(Package, ContainsTheToolItsManualPageAndTheReadme)
 {
     CSimRun scratch;
     const SSimResult r = scratch.Host({"dpkg-deb", "--contents", SARVIK_DEB_PATH});
     ASSERT_EQ(r.Status, 0) << r.Err;
     // The tool is not set-user-ID: that is the administrator's choice.
-    const ContentCase cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
+        // the mode as dpkg-deb --contents shows it
         {"./usr/sbin/Sarvik", "-rwxr-xr-x root/root"},
         {"./usr/share/man/man8/Sarvik.8.gz", "-rw-r--r-- root/root"},
         {"./usr/share/doc/sarvik/README.md", "-rw-r--r-- root/root"},
@@ -60,13 +49,13 @@ TEST(Package, ContainsTheToolItsManualPageAndTheReadme)
         {"./usr/share/doc/sarvik/copyright", "-rw-r--r-- root/root"},
         {"./usr/share/doc/sarvik/changelog.gz", "-rw-r--r-- root/root"},
     };
-    for (const ContentCase& c : cases)
+    for (const auto& [path, mode] : cases)
     {
-        SCOPED_TRACE(c.path);
-        const size_t at = r.Out.find(std::string(" ") + c.path + "\n");
+        SCOPED_TRACE(path);
+        const size_t at = r.Out.find(std::string(" ") + path + "\n");
         ASSERT_NE(at, std::string::npos) << r.Out;
         const size_t lineStart = r.Out.rfind('\n', at) + 1;
-        EXPECT_EQ(r.Out.compare(lineStart, std::string(c.mode).size(), c.mode), 0)
+        EXPECT_EQ(r.Out.compare(lineStart, std::string(mode).size(), mode), 0)
             << r.Out.substr(lineStart, at - lineStart);
     }
 }

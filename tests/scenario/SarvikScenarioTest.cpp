@@ -18,14 +18,11 @@ uint32_t CopyAddress(uint32_t copy)
 {
     return (169 * copy + 4) * PAGE_SIZE;
 }
-std::vector<uint8_t> CopyBytes(const std::vector<uint8_t>& image, uint32_t copy)
+std::vector<uint8_t> CopyBytes(const std::vector<uint8_t>& image, uint32_t copy) // empty when cut short
 {
-    if (image.size() < CopyAddress(copy) + RECORD_SIZE)
-    {
-        return {};
-    }
-    return std::vector<uint8_t>(image.begin() + CopyAddress(copy),
-                                image.begin() + CopyAddress(copy) + RECORD_SIZE);
+    const size_t end = CopyAddress(copy) + RECORD_SIZE;
+    return image.size() < end ? std::vector<uint8_t>()
+                              : std::vector<uint8_t>(image.begin() + end - RECORD_SIZE, image.begin() + end);
 }
 // The page at the address answers the status, to as many reads as given.
 Args PageFault(uint32_t address, const std::string& status)
@@ -142,20 +139,18 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, SingleRun,
     testing::Values(
         SRunCase{"TextByDefault", UNIT, {}, {}, TEXT, Connected()},
-        SRunCase{"ShortJsonSwitch", UNIT, {}, {"-j"}, JSON, Connected()},
-        SRunCase{"LongJsonSwitch", UNIT, {}, {"--json"}, JSON, Connected()},
         SRunCase{"RepeatedJsonSwitch", UNIT, {}, {"-j", "-j"}, JSON, Connected()},
         SRunCase{"UnknownOptionKeepsText", UNIT, {}, {"--verbose"}, TEXT, Connected(), true},
         SRunCase{"UnknownShortOptionWithJson", UNIT, {}, {"-x", "-j"}, JSON, Connected(), true},
         SRunCase{"PositionalArgumentsIgnored", UNIT, {}, {"extra", "--json", "words"}, JSON, Connected()},
         SRunCase{"EmptySerialInJson", Unit("", 7), {}, {"--json"}, Json("", "KV5-4U"), Connected()},
-        SRunCase{"EmptySerialInText", Unit("", 7), {}, {}, Text("", "KV5-4U"), Connected()},
         // The chassis names themselves are CKvFunctionality's; here only that an unnamed code
         // still prints its line.
+        SRunCase{
+            "NineCharacterSerial", Unit("123456789", 7), {}, {}, Text("123456789", "KV5-4U"), Connected()},
         SRunCase{"UnnamedChassisCode", Unit("SN123456", 4), {}, {}, Text("SN123456", ""), Connected()},
-        Board("ZEBX", "Detected ZEBX board"), Board("Q5K", "Detected Q5K  board"),
-        Board("Q5KP", "Detected Q5KP board"), Board("Q5KP-V", "Detected Q5KP board"),
-        Board("Q7K", "Detected Q7K board"),
+        Board("ZEBX", "Detected ZEBX board"), Board("Q5KP", "Detected Q5KP board"),
+        Board("Q5KP-V", "Detected Q5KP board"), Board("Q7K", "Detected Q7K board"),
         SRunCase{"NoBoardPrintsNothing", UNIT, {"--fault", "no-drivers"}, {"--json"}, "", NO_BOARD},
         SRunCase{"NoValidRecordReportsDefaults", NO_GOOD_COPY, {}, {"--json"}, "", ReadFailed("0xb")},
         // An EEPROM that does not acknowledge is polled until it answers, ten polls a transfer.
@@ -257,7 +252,6 @@ TEST(SerialNumber, NineCharactersRunOnIntoTheFollowingBytesOfTheRecord)
     CSimRun sim;
     const std::string image = sim.Image(Unit("123456789", 7));
     ASSERT_FALSE(image.empty());
-    EXPECT_EQ(RunTool(sim, image, {}).Out, Text("123456789", "KV5-4U"));
     // The bytes after the field are not text, and nothing in the record ends the serial number.
     PatchCopies(image, 38, {'R', 'U', 'N', 0});
     const SSimResult runOn = RunTool(sim, image, {}, {"--json"});

@@ -59,16 +59,12 @@ void ExpectRestored(const struct termios& before, const struct termios& after)
 
 template <typename Predicate> bool WaitFor(Predicate ready, std::chrono::milliseconds limit = 10s)
 {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!ready())
+    for (auto end = std::chrono::steady_clock::now() + limit;
+         !ready() && std::chrono::steady_clock::now() < end;)
     {
-        if (std::chrono::steady_clock::now() > end)
-        {
-            return false;
-        }
         std::this_thread::sleep_for(5ms);
     }
-    return true;
+    return ready();
 }
 
 // Makes the switch log a full FIFO: the tool's "CRtLog" writer then blocks on its session line and
@@ -95,18 +91,11 @@ std::string DrainUntilLine(int fifo)
 {
     std::string received;
     char buffer[65536];
-    while (received.find('\n') == std::string::npos)
+    struct pollfd ready = {fifo, POLLIN, 0};
+    while (received.find('\n') == std::string::npos && poll(&ready, 1, 10000) > 0)
     {
-        struct pollfd ready = {fifo, POLLIN, 0};
-        if (poll(&ready, 1, 10000) <= 0)
-        {
-            break;
-        }
-        ssize_t n = read(fifo, buffer, sizeof(buffer));
-        if (n > 0)
-        {
-            received.append(buffer, static_cast<size_t>(n));
-        }
+        const ssize_t n = read(fifo, buffer, sizeof(buffer));
+        received.append(buffer, n > 0 ? static_cast<size_t>(n) : 0);
         received.erase(0, received.find_first_not_of('\0'));
     }
     return received;

@@ -52,23 +52,21 @@ TEST(StartUpSwitchLog, EveryRunAppendsOneTimeStampedSessionLineToAGroupWritableL
     EXPECT_EQ(info.st_mode & 0777, 0664u);
 }
 
-struct SSizeCase
-{
-    const char* Label;
-    off_t Existing;
-    off_t AfterLog;
-    off_t AfterBak; // -1: none
-};
-
 TEST(StartUpSwitchLog, SizeLimitKeepsAFullLogAndMovesALargerOneAsideForOneSilentRun)
 {
-    const SSizeCase cases[] = {
+    struct SCase
+    {
+        const char* Label;
+        off_t Existing;
+        off_t AfterLog;
+        off_t AfterBak; // -1: none
+    } const cases[] = {
         // Kept and written to; that line takes it over the limit, so it is then moved aside whole.
         {"exactly 2097152 bytes", LIMIT, 0, LIMIT + SESSION_LINE},
         // Moved aside at start; that run writes no line at all.
         {"one byte more", LIMIT + 1, -1, LIMIT + 1},
     };
-    for (const SSizeCase& c : cases)
+    for (const SCase& c : cases)
     {
         SCOPED_TRACE(c.Label);
         CSimRun sim;
