@@ -39,9 +39,8 @@ TEST(Package, ContainsTheToolItsManualPageAndTheReadme)
     CSimRun scratch;
     const SSimResult r = scratch.Host({"dpkg-deb", "--contents", SARVIK_DEB_PATH});
     ASSERT_EQ(r.Status, 0) << r.Err;
-    // The tool is not set-user-ID: that is the administrator's choice.
+    // Modes as dpkg-deb --contents shows them. The tool is not set-user-ID: the administrator's choice.
     const std::pair<const char*, const char*> cases[] = {
-        // the mode as dpkg-deb --contents shows it
         {"./usr/sbin/Sarvik", "-rwxr-xr-x root/root"},
         {"./usr/share/man/man8/Sarvik.8.gz", "-rw-r--r-- root/root"},
         {"./usr/share/doc/sarvik/README.md", "-rw-r--r-- root/root"},

@@ -20,9 +20,7 @@ struct SHostileCase
     bool StartsSarvik;
 };
 
-class HostileEnvironment : public testing::TestWithParam<SHostileCase>
-{
-};
+using HostileEnvironment = testing::TestWithParam<SHostileCase>;
 
 // The first trace event of a kind with a field of a value.
 Json::Value Event(const SSimResult& run, const std::string& ev, const char* key, const std::string& value)

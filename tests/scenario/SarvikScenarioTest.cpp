@@ -98,9 +98,7 @@ struct SRunCase
     bool GetoptComplains = false;
 };
 
-class SingleRun : public testing::TestWithParam<SRunCase>
-{
-};
+using SingleRun = testing::TestWithParam<SRunCase>;
 
 TEST_P(SingleRun, PrintsAndLogsWhatTheUnitHolds)
 {
@@ -172,9 +170,7 @@ struct SCopyCase
     std::vector<std::string> Runs;
 };
 
-class CopyRepair : public testing::TestWithParam<SCopyCase>
-{
-};
+using CopyRepair = testing::TestWithParam<SCopyCase>;
 
 TEST_P(CopyRepair, ReadsTheFirstGoodCopyAndRewritesTheFirstDamagedOnePerRun)
 {
@@ -296,9 +292,7 @@ TEST(BusyEeprom, BusyPageIsAcceptedUnreadAndTheCopyRepaired)
         EXPECT_EQ(CSimRun::ReadBytes(image), original) << "copy 0 is rewritten with the same record";
         size_t reads = 0;
         for (const Json::Value& event : run.Events("i2c"))
-        {
             reads += event["wr"] == 2 && event["mem"] == "0x0100";
-        }
         EXPECT_EQ(reads, 1u) << "the busy page was retried";
         EXPECT_EQ(RunTool(sim, image, {}).Out, TEXT);
     }
@@ -314,9 +308,7 @@ struct SMicroCodeCase
     int64_t GapUs; // from "Reading settings..." to the failure
 };
 
-class MicroCode : public testing::TestWithParam<SMicroCodeCase>
-{
-};
+using MicroCode = testing::TestWithParam<SMicroCodeCase>;
 
 TEST_P(MicroCode, FailsTheReadAfterItsPresenceRounds)
 {
