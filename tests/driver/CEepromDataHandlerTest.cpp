@@ -76,11 +76,11 @@ TEST_F(CEepromDataHandlerTest, ReadingTheSampleUnitLogsItsFieldsOnlyWithAServer)
 
 enum Op
 {
-    READ_COPY,    // into the record
-    WRITE_BROKEN, // the record with a zero checksum
-    BREAK_OLD,    // raise the older record's checksum byte, then read it
-    READ,         // the whole record; `text` is the serial number it ends with
-    LOG           // `text` handed through "%s"
+    READ_COPY, // into the record
+    WRITE,     // the record with a zero checksum
+    BREAK_OLD, // raise the older record's checksum byte, then read it
+    READ,      // the whole record; `text` is the serial number it ends with
+    LOG        // `text` handed through "%s"
 };
 
 struct Step
@@ -96,16 +96,12 @@ struct Step
 // blank leaves the rest of the line open.
 const Step STEPS[] = {
     {READ_COPY, 3, 5, "", {"Reading copy 3 ucode is not running (0000)"}},
-    {WRITE_BROKEN,
-     3,
-     5,
-     "",
-     {"Data not valid or ucode not running or incorrect copy number or null pointer"}},
+    {WRITE, 3, 5, "", {"Data not valid or ucode not running or incorrect copy number or null pointer"}},
     {READ_COPY, 0, 0, "", {"Reading copy 0 success"}},
-    {WRITE_BROKEN, 0, 0, "", {"Writing copy 0 success"}},
+    {WRITE, 0, 0, "", {"Writing copy 0 success"}},
     {READ_COPY, 0, 6, "", {"Invalid checksum: read 0 vs computed 1241"}},
-    {WRITE_BROKEN, 1, 0, "", {"Writing copy 1 success"}},
-    {WRITE_BROKEN, 2, 0, "", {"Writing copy 2 success"}},
+    {WRITE, 1, 0, "", {"Writing copy 1 success"}},
+    {WRITE, 2, 0, "", {"Writing copy 2 success"}},
     {READ, 0, 0x200, "KV001234", {}},
     {BREAK_OLD,
      0,
@@ -137,7 +133,7 @@ TEST_F(CEepromDataHandlerTest, CopiesFallBackToTheOlderRecordThenDefaultsAndExpl
         case READ_COPY:
             EXPECT_EQ(handler.ReadCopy(s.copy, &record), s.result);
             break;
-        case WRITE_BROKEN:
+        case WRITE:
             record.CheckSum_U32 = 0;
             EXPECT_EQ(handler.WriteCopy(s.copy, &record), s.result);
             break;
