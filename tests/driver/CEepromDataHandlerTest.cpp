@@ -1,160 +1,165 @@
+// The identity-record handler on the simulated server's sample unit (three good copies of
+// "KV0012345", an older record of "KV001234") and the lines it writes to the "cvn_eeprom" log.
 #include "CEepromDataHandler.h"
+#include "CSysLogServer.h"
+#include "keyDriver.h"
 
 #include "BoardUp.h"
-#include "keyDriver.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <thread>
+#include <vector>
 
 namespace
 {
-TEST(CEepromDataHandlerWithoutBoard, EveryTransferReportsTheMissingMicroCode)
+const char* const kEepromLog = "/mnt/APPS/data/log/cvn_eeprom.log";
+
+// The worker writes on its own schedule: wait (bounded) until the file holds `needle`.
+std::string WaitForLine(const std::string& needle)
 {
-    CEepromDataHandler handler(nullptr);
-    SETTINGSFILE record = {};
-    OLDSETTINGS old = {};
-    EXPECT_EQ(handler.Read(true), 5);
-    EXPECT_FALSE(handler.IsValid());
-    EXPECT_EQ(handler.ReadCopy(0, &record), 5);
-    EXPECT_EQ(handler.WriteCopy(0, &record), 5);
-    EXPECT_EQ(handler.ReadOldCopy(&old), 5);
-}
-
-TEST(CEepromDataHandlerConversion, KeepsTheIdentityFieldsAndClearsTheRest)
-{
-    CEepromDataHandler handler(nullptr);
-    OLDSETTINGS old;
-    memset(&old, 0xEE, sizeof(old));
-    memcpy(old.UserName_c, "Nineteen characters", 19);
-    memcpy(old.SerialNumber_c, "SN123456", 8);
-    old.HardwareId_U32 = 0x12345678;
-    old.PsuType_U8 = 2;
-    old.CaseType_U8 = 13;
-    SETTINGSFILE record;
-    memset(&record, 0xAA, sizeof(record));
-
-    handler.ConvertFromOldFormat(&old, &record);
-
-    EXPECT_EQ(std::string(record.UserName_c), "Nineteen characters");
-    EXPECT_EQ(std::string(record.SerialNumber_c), "SN123456");
-    EXPECT_EQ(record.HardwareId_U32, 0x12345678u);
-    EXPECT_EQ(record.PsuType_U8, 2);
-    EXPECT_EQ(record.CaseType_U8, 13);
-    EXPECT_EQ(record.CheckSum_U32, 0u);
-    EXPECT_EQ(record.LastSave_U32, 0u);
-    EXPECT_EQ(record.Signature_U16, 0);
-    for (uint8_t byte : record.Further_U8)
+    std::string text;
+    for (int pass = 0; pass < 250 && text.find(needle) == std::string::npos; ++pass)
     {
-        ASSERT_EQ(byte, 0);
+        std::this_thread::sleep_for(std::chrono::milliseconds(pass ? 20 : 0));
+        std::ifstream in(kEepromLog);
+        std::stringstream content;
+        content << in.rdbuf();
+        text = content.str();
     }
-    EXPECT_EQ(handler.GetModifiedFlags() & 1u, 1u);
+    return text;
 }
 
-TEST(CEepromDataHandlerConversion, NullRecordsAreIgnored)
-{
-    CEepromDataHandler handler(nullptr);
-    OLDSETTINGS old = {};
-    handler.ConvertFromOldFormat(&old, nullptr);
-    handler.ConvertFromOldFormat(nullptr, nullptr);
-    EXPECT_EQ(handler.GetModifiedFlags(), 0u);
-}
-
-class CEepromDataHandlerOnBoard : public testing::Test
+class CEepromDataHandlerTest : public testing::Test
 {
 protected:
     void SetUp() override
     {
+        mkdir("/mnt/APPS/data", 0777);
+        mkdir("/mnt/APPS/data/log", 0777);
         ASSERT_TRUE(BringBoardUp());
-        mpHandler = new CEepromDataHandler(nullptr);
-        mpHandler->SetBusyRetry(false);
-        mpHandler->GetKeyDriver()->EnableCheckSum(0);
     }
-    void TearDown() override { delete mpHandler; }
-    CEepromDataHandler* mpHandler = nullptr;
+    CSysLogServer& mServer = CSysLogServer::GetInstance();
 };
 
-TEST_F(CEepromDataHandlerOnBoard, OutOfRangeCopyOrNullRecordIsRefused)
+TEST_F(CEepromDataHandlerTest, ReadingTheSampleUnitLogsItsFieldsOnlyWithAServer)
 {
-    SETTINGSFILE record = {};
-    EXPECT_EQ(mpHandler->ReadCopy(3, &record), 5);
-    EXPECT_EQ(mpHandler->ReadCopy(0, nullptr), 5);
-    EXPECT_EQ(mpHandler->WriteCopy(3, &record), 5);
-    EXPECT_EQ(mpHandler->WriteCopy(0, nullptr), 5);
+    CEepromDataHandler silent(nullptr);
+    ASSERT_EQ(silent.Read(true), 0);
+    struct stat info;
+    EXPECT_NE(stat(kEepromLog, &info), 0) << "the tool's own handler has no server and must not log";
+
+    CEepromDataHandler handler(&mServer);
+    ASSERT_EQ(handler.Read(true), 0);
+    mServer.FlushPendingMessages();
+    const std::string text = WaitForLine("PSU type");
+    // Channel 224's own header, the three copies read, then the interpreted fields in order.
+    size_t at = 0;
+    for (const char* field :
+         {"Channel: cvn_eeprom - Criticity threshold: Critical", "|C|     1| 1|Reading copy 0 success\r\n",
+          "|C|     1| 1|Reading copy 1 success\r\n", "|C|     1| 1|Reading copy 2 success\r\n",
+          "|Signature     ", "|Last save     ", "|Hardware ID   ",
+          "|Serial number KV0012345 4B 56 30 30 31 32 33 34 35\r\n", "|User name     ",
+          "|Chassis type  7\r\n", "|PSU type      "})
+    {
+        const size_t found = text.find(field, at);
+        ASSERT_NE(found, std::string::npos) << "'" << field << "' missing or out of order in\n" << text;
+        at = found;
+    }
 }
 
-// How a rejected copy is repaired from the next one is the scenario suite's.
-TEST_F(CEepromDataHandlerOnBoard, CopyWithZeroChecksumIsRejected)
+enum Op
 {
-    ASSERT_EQ(mpHandler->Read(true), 0);
-    SETTINGSFILE broken = mpHandler->GetSettings();
-    broken.CheckSum_U32 = 0;
-    ASSERT_EQ(mpHandler->WriteCopy(0, &broken), 0);
-    SETTINGSFILE readBack = {};
-    EXPECT_EQ(mpHandler->ReadCopy(0, &readBack), 6);
-}
+    READ_COPY, // into the record
+    WRITE,     // the record with a zero checksum
+    BREAK_OLD, // raise the older record's checksum byte, then read it
+    READ,      // the whole record; `text` is the serial number it ends with
+    LOG        // `text` handed through "%s"
+};
 
-// Damage done to the sample unit (three good copies of "KV0012345", an older record of
-// "KV001234") before Read, and what Read makes of it. Which copy is read and rewritten while one
-// is good is the scenario suite's: here the fallbacks behind the copies.
-struct DamageCase
+struct Step
 {
-    const char* name;
-    bool brokenOld; // all three copies are broken
+    Op op;
+    int copy;
     short result;
-    bool valid;
-    std::string serial;
-    std::string user;
-    uint32_t modified;
+    const char* text;
+    std::vector<const char*> lines;
 };
 
-class CEepromDataHandlerDamage : public CEepromDataHandlerOnBoard,
-                                 public testing::WithParamInterface<DamageCase>
-{
+// Run in order on one unit. Its record sums to 1241 and its older record to 196. A line ending in a
+// blank leaves the rest of the line open.
+const Step STEPS[] = {
+    {READ_COPY, 3, 5, "", {"Reading copy 3 ucode is not running (0000)"}},
+    {WRITE, 3, 5, "", {"Data not valid or ucode not running or incorrect copy number or null pointer"}},
+    {READ_COPY, 0, 0, "", {"Reading copy 0 success"}},
+    {WRITE, 0, 0, "", {"Writing copy 0 success"}},
+    {READ_COPY, 0, 6, "", {"Invalid checksum: read 0 vs computed 1241"}},
+    {WRITE, 1, 0, "", {"Writing copy 1 success"}},
+    {WRITE, 2, 0, "", {"Writing copy 2 success"}},
+    {READ, 0, 0x200, "KV001234", {}},
+    {BREAK_OLD,
+     0,
+     6,
+     "",
+     {"Invalid checksum: read 197 (at offset 1) vs computed 196",
+      "Invalid checksum: read 197 (at offset 2) vs computed "}},
+    {READ, 0, 11, "100000", {}},
+    // Each "%%" pair is halved by the source, then again by the record.
+    {LOG, 0, 0, "plain text", {"plain text"}},
+    {LOG, 0, 0, "a%%%%b", {"a%b"}},
+    {LOG, 0, 0, "x%%%%%%%%y", {"x%%y"}},
 };
 
-TEST_P(CEepromDataHandlerDamage, FallsBackCopyByCopyThenOlderLayoutThenDefaults)
+TEST_F(CEepromDataHandlerTest, CopiesFallBackToTheOlderRecordThenDefaultsAndExplainWhy)
 {
-    const DamageCase& c = GetParam();
-    ASSERT_EQ(mpHandler->Read(true), 0);
-    SETTINGSFILE broken = mpHandler->GetSettings();
-    broken.CheckSum_U32 = 0;
-    for (unsigned copy = 0; copy < 3; copy++)
+    CEepromDataHandler handler(&mServer);
+    handler.SetBusyRetry(false);
+    keyDriver* pDriver = handler.GetKeyDriver();
+    pDriver->EnableCheckSum(0);
+    SETTINGSFILE record = {};
+    OLDSETTINGS old = {};
+    unsigned char page[64] = {};
+    for (const Step& s : STEPS)
     {
-        ASSERT_EQ(mpHandler->WriteCopy(copy, &broken), 0);
-    }
-    if (c.brokenOld)
-    {
-        // The older record's 8-bit checksum is its byte 101, in EEPROM page 1.
-        unsigned char page[64] = {};
-        ASSERT_EQ(mpHandler->GetKeyDriver()->EEPROMRead(64, 64, page), 0);
-        page[101 - 64]++;
-        ASSERT_EQ(mpHandler->GetKeyDriver()->EEPROMWrite(64, 64, page), 0);
-    }
-
-    CEepromDataHandler fresh(nullptr);
-    fresh.SetBusyRetry(false);
-    fresh.GetKeyDriver()->EnableCheckSum(0);
-    EXPECT_EQ(fresh.Read(true), c.result);
-    EXPECT_EQ(fresh.IsValid(), c.valid);
-    EXPECT_EQ(std::string(fresh.GetSerialNumber()), c.serial);
-    EXPECT_EQ(std::string(fresh.GetSettings().UserName_c), c.user);
-    EXPECT_EQ(fresh.GetModifiedFlags(), c.modified);
-    if (!c.valid)
-    {
-        // Nothing but the two default texts survives.
-        SETTINGSFILE defaults = {};
-        memcpy(defaults.UserName_c, "ORX", 4);
-        memcpy(defaults.SerialNumber_c, "100000", 7);
-        EXPECT_EQ(memcmp(&fresh.GetSettings(), &defaults, sizeof(defaults)), 0);
+        SCOPED_TRACE(std::to_string(&s - STEPS));
+        switch (s.op)
+        {
+        case READ_COPY:
+            EXPECT_EQ(handler.ReadCopy(s.copy, &record), s.result);
+            break;
+        case WRITE:
+            record.CheckSum_U32 = 0;
+            EXPECT_EQ(handler.WriteCopy(s.copy, &record), s.result);
+            break;
+        case BREAK_OLD:
+            // Its 8-bit checksum is byte 101, in EEPROM page 1.
+            ASSERT_EQ(pDriver->EEPROMRead(64, 64, page), 0);
+            page[101 - 64]++;
+            ASSERT_EQ(pDriver->EEPROMWrite(64, 64, page), 0);
+            EXPECT_EQ(handler.ReadOldCopy(&old), s.result);
+            break;
+        case READ:
+            EXPECT_EQ(handler.Read(true), s.result);
+            EXPECT_STREQ(handler.GetSerialNumber(), s.text);
+            break;
+        case LOG:
+            handler.Log("%s", s.text);
+            break;
+        }
+        mServer.FlushPendingMessages();
+        for (const char* line : s.lines)
+        {
+            const std::string expected =
+                std::string("|C|     1| 1|") + line + (line[strlen(line) - 1] == ' ' ? "" : "\r\n");
+            const std::string text = WaitForLine(expected);
+            EXPECT_NE(text.find(expected), std::string::npos) << expected << " missing from\n" << text;
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(SampleUnit, CEepromDataHandlerDamage,
-                         testing::Values(DamageCase{"AllCopies", false, 0x200, true, "KV001234", "ORX", 1},
-                                         DamageCase{"AllCopiesAndOld", true, 11, false, "100000", "ORX", 0}),
-                         [](const testing::TestParamInfo<DamageCase>& info)
-                         { return std::string(info.param.name); });
-
 } // namespace

@@ -43,8 +43,7 @@ TEST(BofSystem, TickCountFollowsTheRawMonotonicClockAndNeverGoesBack)
 
 TEST(BofSystem, SleepLastsAtLeastTheAskedTimeThoughSignalsInterruptIt)
 {
-    struct sigaction action = {};
-    struct sigaction previous = {};
+    struct sigaction action = {}, previous = {};
     action.sa_handler = [](int) { GL_SignalCount_S32 = GL_SignalCount_S32 + 1; };
     ASSERT_EQ(sigaction(SIGALRM, &action, &previous), 0); // no SA_RESTART: nanosleep returns EINTR
     itimerval timer = {{0, 150000}, {0, 100000}};         // first signal after 100 ms, then every 150 ms

@@ -65,15 +65,12 @@ TEST(BofThread, RunsTheFunctionOnceWithItsContextAndNeverUnlessStarted)
         Probe probe;
         BOFTHREAD thread = Bof_CreateThread(0, Probe::Run, &probe, suspended);
         ASSERT_NE(thread, nullptr);
+        // Waiting again, or resuming an ended thread, starts nothing.
         EXPECT_EQ(Bof_WaitForThreadEnd(thread), 0);
-        EXPECT_EQ(Bof_WaitForThreadEnd(thread), 0); // already joined: nothing left to wait for
-        EXPECT_EQ(probe.runs, suspended ? 0 : 1) << "a thread never resumed never runs";
-        if (!suspended)
-        {
-            EXPECT_EQ(Bof_ResumeThread(thread), 0); // an ended thread is not started again
-        }
+        EXPECT_EQ(Bof_WaitForThreadEnd(thread), 0);
+        EXPECT_EQ(suspended ? 0 : Bof_ResumeThread(thread), 0);
         EXPECT_EQ(Bof_CloseThread(thread), 0);
-        EXPECT_EQ(probe.runs, suspended ? 0 : 1);
+        EXPECT_EQ(probe.runs, suspended ? 0 : 1) << "a thread never resumed never runs";
     }
 }
 
@@ -108,11 +105,11 @@ TEST(BofThread, PriorityLevelsMapToWhatTheSystemApplies)
 {
     // Level 0 is the highest real-time priority; SCHED_OTHER offers the single priority 0 on Linux.
     const int top = sched_get_priority_max(SCHED_FIFO);
-    const std::tuple<int, bool, int, int> rows[] = {{0, true, SCHED_FIFO, top}, {1, true, SCHED_OTHER, 0},
-                                                    {2, true, SCHED_OTHER, 0},  {3, true, SCHED_OTHER, 0},
-                                                    {4, true, SCHED_OTHER, 0},  {5, true, SCHED_OTHER, 0},
-                                                    {6, true, SCHED_OTHER, 0},  {7, true, SCHED_OTHER, 0},
-                                                    {8, false, 0, 0},           {-1, false, 0, 0}};
+    const std::tuple<int, bool, int, int> rows[] = {{0, true, SCHED_FIFO, top},
+                                                    {1, true, SCHED_OTHER, 0},
+                                                    {7, true, SCHED_OTHER, 0},
+                                                    {8, false, 0, 0},
+                                                    {-1, false, 0, 0}};
     Probe probe;
     probe.hold = true;
     BOFTHREAD thread = Bof_CreateThread(0, Probe::Run, &probe, false);

@@ -20,8 +20,5 @@ TEST(Eeprom24C256, PagesWriteCyclesAndCountedFaults)
         // The write the power cut loses is still acknowledged.
         {"fault=power-cut=1", "W4000+1=0 t10000 W4040+1=0 t10000 W4080+1=0 M4000=1 M4040=FF M4080=FF"}};
     for (const auto& [options, script] : rows)
-    {
-        MailboxDriver host(options);
-        host.run(script);
-    }
+        MailboxDriver(options).run(script);
 }

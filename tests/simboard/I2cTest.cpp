@@ -1,6 +1,7 @@
 #include "MailboxDriver.h"
 
 #include <gtest/gtest.h>
+#include <numeric>
 #include <tuple>
 
 using namespace simtest;
@@ -30,17 +31,9 @@ TEST(I2cService, AnswersEachRequestAsTheBusAndTheEepromDo)
         EXPECT_EQ(status, host.transfer(device, out, readCount, &data, checksum, skew));
         const std::string read(data.begin(), data.end());
         EXPECT_EQ(reply, read.substr(std::min(at, read.size()), reply.size()));
-        uint32_t sum = 1;
-        for (uint8_t b : data)
-            sum += b;
-        if (checksum && status == 0)
-        {
-            EXPECT_EQ(sum, host.readLe(0x0008, 4)) << "the reply's checksum";
-        }
-        else if (!checksum)
-        {
-            EXPECT_EQ(0xCAFEF00Du, host.readLe(0x0008, 4)) << "no checksum without the flag";
-        }
+        // The reply's checksum, and without the flag the word left as it was.
+        const uint32_t sum = checksum ? std::accumulate(data.begin(), data.end(), 1u) : 0xCAFEF00Du;
+        EXPECT_TRUE((checksum && status != 0) || sum == host.readLe(0x0008, 4)) << host.readLe(0x0008, 4);
         EXPECT_EQ(sim::sampleEepromImage(), host.eeprom);
     }
 }

@@ -68,13 +68,3 @@ TEST(ImageCommand, RefusesBadUsageAndFilesWithAnExplanation)
     EXPECT_EQ(1, status);
     EXPECT_NE(std::string::npos, err.find("holds 5 bytes, not 32768")) << err;
 }
-
-TEST(EepromImage, RecordChecksumIsOnePlusTheByteSumBeforeIt)
-{
-    uint8_t record[sim::IdentityRecord::kSize] = {};
-    EXPECT_EQ(1u, sim::IdentityRecord::checksum(record));
-    record[0] = 0xFF;
-    record[1215] = 0x02;
-    record[1216] = 0x55;
-    EXPECT_EQ(0x102u, sim::IdentityRecord::checksum(record));
-}

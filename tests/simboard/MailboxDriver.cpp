@@ -46,65 +46,20 @@ void MailboxDriver::writeLe(uint32_t offset, uint32_t value, int width)
         write(offset + i, static_cast<uint8_t>(value >> (8 * i)));
 }
 
-void MailboxDriver::resetPulse()
+bool MailboxDriver::wake()
 {
-    for (int edge = 0; edge < 4; ++edge)
+    for (int edge = 0; edge < 4; ++edge) // the reset line pulsed twice, then 100 ms for the board
     {
         write(0x7FFD, edge % 2 == 0 ? 1 : 0);
         wait(edge == 3 ? 100 * kMs : 10 * kMs);
     }
+    return memoryCheck() && command(0x01) == 0;
 }
 
 bool MailboxDriver::memoryCheck()
 {
     writeLe(0x0004, 0xA5005AFF, 4);
     return readLe(0x0004, 4) == 0xA5005AFF;
-}
-
-bool MailboxDriver::waitBootstrap()
-{
-    for (int attempt = 0; attempt <= 10; ++attempt)
-        if (command(0x01, 0, 100 * kMs) == 0)
-            return true;
-    return false;
-}
-
-bool MailboxDriver::wake()
-{
-    resetPulse();
-    return memoryCheck() && waitBootstrap();
-}
-
-int MailboxDriver::boardWakeUp(int attempts)
-{
-    int code = 0;
-    for (int attempt = 0; attempt < attempts; ++attempt)
-    {
-        resetPulse();
-        bool ram = memoryCheck();
-        for (int probe = 1; probe < 10 && !ram; ++probe)
-        {
-            wait(100 * kMs);
-            ram = memoryCheck();
-        }
-        code = !ram ? 1 : !waitBootstrap() ? 2 : 0;
-        if (code != 0)
-            continue;
-        if (command(0x05) != 0)
-            return 3;
-        const bool wakeupStep = (read(0x0004) & 0xF0) != 0xC0;
-        if (wakeupStep && command(0x92) != 0)
-            return 5;
-        writeLe(0x0004, 0, 4); // an empty transfer to the device the address byte holds
-        if (wakeupStep && command(0x90) != 0)
-        {
-            busReset();
-            code = 6;
-            continue;
-        }
-        return command(0x03) == 0 ? 0 : 4;
-    }
-    return code;
 }
 
 int MailboxDriver::command(uint8_t opcode, uint32_t mailbox, uint64_t timeoutNs, uint8_t flag,
@@ -186,41 +141,12 @@ int MailboxDriver::eepromRead(uint16_t address, uint16_t count, Bytes* data)
     return transfer(0xA4, {static_cast<uint8_t>(address >> 8), static_cast<uint8_t>(address)}, count, data);
 }
 
-int MailboxDriver::eepromWrite(uint16_t address, const Bytes& data)
+std::string MailboxDriver::psuScript(const std::string& bytes, const char* rate)
 {
-    Bytes block{static_cast<uint8_t>(address >> 8), static_cast<uint8_t>(address)};
-    block.insert(block.end(), data.begin(), data.end());
-    return transfer(0xA4, block, 0, nullptr);
-}
-
-uint8_t MailboxDriver::reg(uint8_t index)
-{
-    server.portWrite(0x351, index, now);
-    return server.portRead(0x350, now);
-}
-
-void MailboxDriver::setReg(uint8_t index, uint8_t value)
-{
-    server.portWrite(0x351, index, now);
-    server.portWrite(0x350, value, now);
-}
-
-bool MailboxDriver::psuSend(const Bytes& bytes, uint8_t rate)
-{
-    setReg(32, 0xDC);
-    setReg(33, rate);
-    setReg(35, 0x01);
-    setReg(38, 0x40);
-    setReg(38, 0x81);
-    for (uint8_t b : bytes)
-        setReg(34, b);
-    for (int waited = 0; waited < 1000; ++waited)
-    {
-        if (reg(34) & 0x01)
-            return true;
-        wait(kMs);
-    }
-    return false;
+    std::string script = std::string("g20=DC g21=") + rate + " g23=1 g26=40 g26=81";
+    for (const std::string& byte : words(bytes))
+        script += " g22=" + byte;
+    return script;
 }
 
 void MailboxDriver::run(const std::string& script)
@@ -236,10 +162,12 @@ void MailboxDriver::run(const std::string& script)
             std::sscanf(plus + 1, "%u", &n);
         if (const char* eq = std::strchr(rest, '='))
             std::sscanf(eq + 1, "%x", &v);
-        Bytes data(n);
+        Bytes data{static_cast<uint8_t>(a >> 8), static_cast<uint8_t>(a)}; // the address, then 1, 2, 3...
         for (unsigned i = 0; i < n; ++i)
-            data[i] = static_cast<uint8_t>(i + 1);
+            data.push_back(static_cast<uint8_t>(i + 1));
         const char op = step[0];
+        if (op == 'g' || op == 'q')
+            server.portWrite(0x351, static_cast<uint8_t>(a), now); // the Q7K register's index
         if (op == 'w')
             write(a, static_cast<uint8_t>(v));
         else if (op == 'c')
@@ -251,14 +179,14 @@ void MailboxDriver::run(const std::string& script)
         else if (op == 't')
             wait(a * kUs);
         else if (op == 'g')
-            setReg(static_cast<uint8_t>(a), static_cast<uint8_t>(v));
+            server.portWrite(0x350, static_cast<uint8_t>(v), now);
         else
         {
             const int actual = op == 'r'   ? read(a)
                                : op == 'm' ? memoryCheck()
                                : op == 'p' ? server.portRead(static_cast<uint16_t>(a), now)
-                               : op == 'q' ? reg(static_cast<uint8_t>(a))
-                               : op == 'W' ? eepromWrite(static_cast<uint16_t>(a), data)
+                               : op == 'q' ? server.portRead(0x350, now)
+                               : op == 'W' ? transfer(0xA4, data, 0, nullptr)
                                : op == 'R' ? eepromRead(static_cast<uint16_t>(a), n, &data)
                                : op == 'P' ? transfer(0xA4, {}, 0, nullptr)
                                : op == 'M' ? eeprom.at(a)

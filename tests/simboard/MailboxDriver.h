@@ -46,14 +46,9 @@ public:
     uint32_t readLe(uint32_t offset, int width);
     void writeLe(uint32_t offset, uint32_t value, int width);
 
-    // The toolbox's wake-up steps; wake() is all three, after which the board answers commands.
-    void resetPulse();
-    bool memoryCheck();
-    bool waitBootstrap();
+    // The toolbox's wake-up: reset pulses, the RAM check, the bootstrap's first answer.
     bool wake();
-    // The toolbox's BoardWakeUp for boards other than the Q7K: 0 or its error code (1 RAM,
-    // 2 bootstrap, 3 identification, 4 version, 5 wake-up step, 6 I2C probe).
-    int boardWakeUp(int attempts);
+    bool memoryCheck();
 
     // Posts a command and polls its status; the status, or kTimedOut.
     int command(uint8_t opcode, uint32_t mailbox = 0, uint64_t timeoutNs = 1000 * kMs, uint8_t flag = 1,
@@ -71,14 +66,9 @@ public:
     int transfer(uint8_t device, const Bytes& out, uint16_t readCount, Bytes* in, bool checksum = false,
                  uint32_t checksumSkew = 0);
     int eepromRead(uint16_t address, uint16_t count, Bytes* data);
-    int eepromWrite(uint16_t address, const Bytes& data);
 
-    // The Q7K register file through the index and data ports.
-    uint8_t reg(uint8_t index);
-    void setReg(uint8_t index, uint8_t value);
-    // The power-supply link: UART set-up (the rate's low divisor byte), then the bytes; true
-    // once the FIFO drained.
-    bool psuSend(const Bytes& bytes, uint8_t rate = 0x32);
+    // A script for the power-supply link: UART set-up (the rate's low divisor byte), then the bytes.
+    static std::string psuScript(const std::string& bytes, const char* rate = "32");
 
     // Runs a script of steps, numbers in hex but for t and COUNT: wOFFSET=VALUE writes the
     // RAM, rOFFSET=VALUE reads it; tMICROSECONDS; m=1 (or 0) the memory check passes (or not);

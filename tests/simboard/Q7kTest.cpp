@@ -8,19 +8,9 @@ using namespace simtest;
 namespace
 {
 
-const Bytes kOff{0x1B, 0x47, 0x20, 0x20, 0x20};
-const Bytes kOn{0x3F, 0x3F, 0x3F};
-
-// The Q7K wake-up handshake; true when the micro-code answered it within a second.
-bool handshake(MailboxDriver& host)
-{
-    host.write(0x0000, 1);
-    host.write(0x0001, 0x80);
-    host.write(0x7FFF, 0);
-    for (int i = 0; i < 1000 && host.read(0x0001) == 0x80; ++i)
-        host.wait(kMs);
-    return host.read(0x0001) != 0x80;
-}
+const char* const kOff = "1B 47 20 20 20";
+// The Q7K wake-up handshake, posted without ringing.
+const char* const kHandshake = " w0=1 w1=80 w7FFF=0";
 
 } // namespace
 
@@ -42,43 +32,29 @@ TEST(Q7kUart, FifoDrainsOneByteATimeOnlyWhileTheTransmitterIsEnabled)
 
 TEST(PsuController, SwitchesTheMicroCodeOnlyOnAnEscapedThreefoldCommandAtTheRightRate)
 {
-    // Options, the bytes sent, the rate's low divisor byte (0x32 is the controller's), whether the
-    // FIFO drained, whether the micro-code still runs, a traced event and how often it shows.
-    const std::tuple<const char*, Bytes, uint8_t, bool, bool, const char*, size_t> rows[] = {
-        {"", kOff, 0x32, true, false, "\"ev\":\"psu\",\"mask\":\"0x00\",\"state\":\"off\"", 1},
-        // Bytes before an escape, a wrong escape, a command whose copies disagree.
-        {"",
-         {0x20, 0x20, 0x20, 0x1B, 0x48, 0x20, 0x20, 0x20, 0x1B, 0x47, 0x20, 0x21, 0x20},
-         0x32,
-         true,
-         true,
-         "\"ev\":\"psu\",\"rejected\"",
-         8},
-        {"", kOff, 0x33, true, true, "\"ev\":\"psu\",\"rx\":\"garbled\"", 5},
-        {"fault=uart-stuck", kOff, 0x32, false, true, "\"ev\":\"psu\"", 0}};
-    for (const auto& [options, bytes, rate, drained, ucodeRuns, event, events] : rows)
+    // Options, the bytes sent, the rate's low divisor byte (0x32 is the controller's), the FIFO's flag
+    // a second later, the handshake's status; a traced event and how often it shows.
+    const std::tuple<const char*, const char*, const char*, const char*, const char*, const char*, size_t>
+        rows[] = {
+            {"", kOff, "32", "1", "80", "\"ev\":\"psu\",\"mask\":\"0x00\",\"state\":\"off\"", 1},
+            // Bytes before an escape, a wrong escape, a command whose copies disagree.
+            {"", "20 20 20 1B 48 20 20 20 1B 47 20 21 20", "32", "1", "0", "\"ev\":\"psu\",\"rejected\"", 8},
+            {"", kOff, "33", "1", "0", "\"ev\":\"psu\",\"rx\":\"garbled\"", 5},
+            {"fault=uart-stuck", kOff, "32", "0", "0", "\"ev\":\"psu\"", 0}};
+    for (const auto& [options, bytes, rate, fifoEmpty, answer, event, events] : rows)
     {
-        SCOPED_TRACE(event);
         MailboxDriver host(std::string("board=Q7K ") + options);
-        EXPECT_EQ(drained, host.psuSend(bytes, rate));
-        host.wait(500 * kMs);
-        EXPECT_EQ(ucodeRuns, handshake(host));
-        EXPECT_EQ(events, host.trace.count(event));
+        host.run(MailboxDriver::psuScript(bytes, rate) + " t1000000 q22=" + fifoEmpty + " t500000" +
+                 kHandshake + " t1000000 r1=" + answer);
+        EXPECT_EQ(events, host.trace.count(event)) << event;
     }
 }
 
 TEST(PsuController, MicroCodeAnswersTheHandshakeWhenItHasBootedAfterPowerOn)
 {
     MailboxDriver host("board=Q7K");
-    ASSERT_TRUE(host.psuSend(kOff));
-    host.wait(500 * kMs);
-    ASSERT_TRUE(host.psuSend(kOn));
-    host.write(0x0000, 1);
-    host.write(0x0001, 0x80);
-    host.write(0x7FFF, 0);
-    host.wait(150 * kMs);
-    EXPECT_EQ(0x80u, host.read(0x0001)) << "still booting";
-    host.wait(100 * kMs);
-    EXPECT_EQ(0x00u, host.read(0x0001)) << "a handshake posted during the boot is served when it ends";
+    // A handshake posted during the boot is served when it ends.
+    host.run(MailboxDriver::psuScript(kOff) + " t500000 " + MailboxDriver::psuScript("3F 3F 3F") +
+             " t1000 q22=1" + kHandshake + " t150000 r1=80 t100000 r1=0");
     EXPECT_EQ(1u, host.trace.count("\"ev\":\"board\",\"state\":\"ucode-running\""));
 }

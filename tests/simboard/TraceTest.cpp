@@ -10,14 +10,12 @@ TEST(Trace, EventsCarryTheirFieldsInOrder)
     MailboxDriver q5k;
     Bytes data;
     q5k.eepromRead(0x2B40, 64, &data);
-    q5k.resetPulse();
-    q5k.waitBootstrap();
+    q5k.wake();
     q5k.command(0x05, 0x3024);
     uint32_t par = 0;
     q5k.bsRead(0x87, 0xF0000A44, &par);
     MailboxDriver q7k("board=Q7K");
-    q7k.setReg(2, 0x99);
-    q7k.psuSend({0x1B, 0x47, 0x3F, 0x3F, 0x3F});
+    q7k.run("g2=99 " + MailboxDriver::psuScript("1B 47 3F 3F 3F") + " t10000 q22=1");
     for (const char* fragment :
          {"\"ev\":\"i2c\",\"dev\":\"0xA4\",\"wr\":2,\"rd\":64,\"mem\":\"0x2B40\",\"status\":\"0x00\"}",
           "\"ev\":\"cmd\",\"mbx\":\"0x0000\",\"op\":\"0x90\",\"by\":\"ucode\",\"status\":\"0x00\",\"done_"
@@ -37,13 +35,9 @@ TEST(Trace, EventsCarryTheirFieldsInOrder)
 
 TEST(Trace, LineStartsWithTheTimeInMicrosecondsAndEscapesStrings)
 {
-    struct : sim::TraceSink
-    {
-        void emit(const std::string& line) override { text = line; }
-        std::string text;
-    } sink;
+    RecordingSink sink;
     sim::TraceJson(1234567, "cmd").hex("mbx", 0x2F24, 4).str("s", "a\"b\\c\n").null("status").emitTo(&sink);
     EXPECT_EQ(
         "{\"t_us\":1234,\"ev\":\"cmd\",\"mbx\":\"0x2F24\",\"s\":\"a\\\"b\\\\c\\u000a\",\"status\":null}",
-        sink.text);
+        sink.lines.at(0));
 }

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <poll.h>
+#include <sstream>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -48,18 +49,22 @@ bool IsRaw(const struct termios& t)
     return (t.c_lflag & (ECHO | ICANON | ISIG)) == 0 && t.c_cc[VMIN] == 1 && t.c_cc[VTIME] == 0;
 }
 
+void ExpectRestored(const struct termios& before, const struct termios& after)
+{
+    EXPECT_EQ(after.c_lflag, before.c_lflag);
+    EXPECT_EQ(after.c_iflag, before.c_iflag);
+    EXPECT_EQ(after.c_cc[VMIN], before.c_cc[VMIN]);
+    EXPECT_EQ(after.c_cc[VTIME], before.c_cc[VTIME]);
+}
+
 template <typename Predicate> bool WaitFor(Predicate ready, std::chrono::milliseconds limit = 10s)
 {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!ready())
+    for (auto end = std::chrono::steady_clock::now() + limit;
+         !ready() && std::chrono::steady_clock::now() < end;)
     {
-        if (std::chrono::steady_clock::now() > end)
-        {
-            return false;
-        }
         std::this_thread::sleep_for(5ms);
     }
-    return true;
+    return ready();
 }
 
 // Makes the switch log a full FIFO: the tool's "CRtLog" writer then blocks on its session line and
@@ -86,18 +91,11 @@ std::string DrainUntilLine(int fifo)
 {
     std::string received;
     char buffer[65536];
-    while (received.find('\n') == std::string::npos)
+    struct pollfd ready = {fifo, POLLIN, 0};
+    while (received.find('\n') == std::string::npos && poll(&ready, 1, 10000) > 0)
     {
-        struct pollfd ready = {fifo, POLLIN, 0};
-        if (poll(&ready, 1, 10000) <= 0)
-        {
-            break;
-        }
-        ssize_t n = read(fifo, buffer, sizeof(buffer));
-        if (n > 0)
-        {
-            received.append(buffer, static_cast<size_t>(n));
-        }
+        const ssize_t n = read(fifo, buffer, sizeof(buffer));
+        received.append(buffer, n > 0 ? static_cast<size_t>(n) : 0);
         received.erase(0, received.find_first_not_of('\0'));
     }
     return received;
@@ -145,10 +143,91 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
     const SSimResult result = sim.Wait(started);
     close(fifo);
     EXPECT_EQ(result.Status, 0);
-    const struct termios after = pty.Settings();
-    EXPECT_EQ(after.c_lflag, before.c_lflag);
-    EXPECT_EQ(after.c_iflag, before.c_iflag);
-    EXPECT_EQ(after.c_cc[VMIN], before.c_cc[VMIN]);
-    EXPECT_EQ(after.c_cc[VTIME], before.c_cc[VTIME]);
+    ExpectRestored(before, pty.Settings());
+}
+
+TEST(StartUpConsole, ABackgroundJobLeavesTheTerminalAloneAndRunsToItsEnd)
+{
+    SPty pty;
+    ASSERT_GE(pty.slave, 0);
+    const struct termios before = pty.Settings();
+    CSimRun sim;
+    const SSimResult result = sim.Wait(sim.Start({}, {CSimRun::S_Tool}, pty.slave, ETerminal::BACKGROUND));
+    EXPECT_EQ(result.Status, 0) << "above " << CSimRun::STOPPED_BY_SIGNAL << ": stopped by that signal";
+    EXPECT_EQ(result.Out, "Serial number : KV0012345\nChassis : KV5-4U\n");
+    ExpectRestored(before, pty.Settings());
+}
+
+// The lines of the trace: strace without -f follows the tool's own first thread only.
+std::vector<std::string> Lines(const std::string& trace)
+{
+    std::vector<std::string> calls;
+    std::istringstream in(trace);
+    for (std::string line; std::getline(in, line);)
+    {
+        calls.push_back(line);
+    }
+    return calls;
+}
+
+// Index of the first call from a place on starting with the text and holding another, -1 when absent.
+int Find(const std::vector<std::string>& calls, const std::string& start, const std::string& holding = "",
+         size_t from = 0)
+{
+    for (size_t i = from; i < calls.size(); i++)
+    {
+        if (calls[i].rfind(start, 0) == 0 && calls[i].find(holding) != std::string::npos)
+        {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+TEST(StartUpOrder, EffectsHappenInTheirGroupsOrderAndAreUndoneInReverse)
+{
+    CSimRun sim;
+    SPty pty;
+    ASSERT_GE(pty.slave, 0);
+    const std::string trace = sim.Path("strace.txt");
+    const pid_t pid =
+        sim.Start({},
+                  {"strace", "-o", trace, "-e", "trace=ioctl,rt_sigaction,umask,open,openat,close,exit_group",
+                   CSimRun::S_Tool},
+                  pty.slave, ETerminal::CONTROLLING);
+    const SSimResult result = sim.Wait(pid);
+    ASSERT_EQ(result.Status, 0) << result.Err;
+
+    const std::vector<std::string> calls = Lines(CSimRun::ReadText(trace));
+    // strace on i386 names the set call "SNDCTL_TMR_START or TCSETS".
+    const int saveConsole = Find(calls, "ioctl(0, TCGETS");
+    const int rawConsole = Find(calls, "ioctl(0, ", "TCSETS");
+    const int ignorePipe = Find(calls, "rt_sigaction(SIGPIPE, {sa_handler=SIG_IGN");
+    const int mask = Find(calls, "umask(003)");
+    const int openLog = Find(calls, "open", "QXK_Switch.log");
+    ASSERT_GE(openLog, 0) << "switch log never opened";
+    const std::string fd = calls[openLog].substr(calls[openLog].rfind("= ") + 2);
+    const int closeLog = Find(calls, "close(" + fd + ")", "", openLog + 1);
+    const int restoreConsole = Find(calls, "ioctl(0, ", "TCSETS", closeLog + 1);
+    const int end = Find(calls, "exit_group");
+
+    EXPECT_GE(saveConsole, 0);
+    EXPECT_LT(saveConsole, rawConsole);
+    EXPECT_LT(rawConsole, ignorePipe);
+    EXPECT_LT(ignorePipe, mask);
+    EXPECT_LT(mask, openLog) << "privileges (mask 003) come before the switch log";
+    EXPECT_LT(openLog, closeLog);
+    EXPECT_LT(closeLog, restoreConsole) << "the console is restored after the switch log is closed";
+    EXPECT_LT(restoreConsole, end);
+}
+
+TEST(StartUpOrder, FlushThreadRunsWhenMainIsEntered)
+{
+    CSimRun sim;
+    const SSimResult result =
+        sim.Run({}, {"gdb", "-nx", "-batch", "-ex", "set startup-with-shell off", "-ex", "break main", "-ex",
+                     "run", "-ex", "info threads", "-ex", "kill", "--args", CSimRun::S_Tool});
+    ASSERT_NE(result.Out.find("Breakpoint 1, main"), std::string::npos) << result.Out << result.Err;
+    EXPECT_NE(result.Out.find("\"CRtLog\""), std::string::npos) << result.Out;
 }
 } // namespace

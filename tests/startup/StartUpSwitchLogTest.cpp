@@ -12,16 +12,13 @@ namespace
 constexpr off_t LIMIT = 2097152;
 constexpr off_t SESSION_LINE = 26 + 43;
 const std::string SESSION = "-------------- New Session --------------\r\n";
+const std::string SAMPLE = "Serial number : KV0012345\nChassis : KV5-4U\n"; // the simulator's unit
 const std::string PREFIX = R"(<\d{2}/\d{2}/\d{4} \d{2}:\d{2}:\d{2}\.\d{3}> )";
 
 // The switch log of the simulated server's /mnt/APPS.
-std::string LogDir(const CSimRun& sim)
-{
-    return sim.Root() + "/data/log";
-}
 std::string SwitchLog(const CSimRun& sim)
 {
-    return LogDir(sim) + "/QXK_Switch.log";
+    return sim.Root() + "/data/log/QXK_Switch.log";
 }
 
 off_t FileSize(const std::string& path) // -1 when missing
@@ -39,43 +36,37 @@ std::string RunQuietly(CSimRun& sim, const Args& options = {})
     return result.Out;
 }
 
-TEST(StartUpSwitchLog, EveryRunAppendsOneTimeStampedSessionLine)
+// Two runs, the second dated after 2038; the mask 003 set before the log is created gives the
+// group write permission (the tool starts with mask 022).
+TEST(StartUpSwitchLog, EveryRunAppendsOneTimeStampedSessionLineToAGroupWritableLog)
 {
     CSimRun sim;
     RunQuietly(sim);
-    RunQuietly(sim);
+    RunQuietly(sim, {"--date", "2041-07-15 13:45:30"});
     const std::string log = CSimRun::ReadText(SwitchLog(sim));
-    EXPECT_TRUE(std::regex_match(log, std::regex("(" + PREFIX + SESSION + "){2}"))) << log;
-}
-
-TEST(StartUpSwitchLog, NewLogIsNotWritableByOthersBecauseTheMaskIsSetFirst)
-{
-    // The tool starts with mask 022; only the privileges set-up (mask 003) running before the
-    // switch log is created gives the group write permission.
-    CSimRun sim;
-    RunQuietly(sim);
+    EXPECT_TRUE(
+        std::regex_match(log, std::regex(PREFIX + SESSION + R"(<15/07/2041 13:45:3\d\.\d{3}> )" + SESSION)))
+        << log;
     struct stat info = {};
     ASSERT_EQ(stat(SwitchLog(sim).c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0664u);
 }
 
-struct SSizeCase
-{
-    const char* Label;
-    off_t Existing;
-    off_t AfterLog;
-    off_t AfterBak; // -1: none
-};
-
 TEST(StartUpSwitchLog, SizeLimitKeepsAFullLogAndMovesALargerOneAsideForOneSilentRun)
 {
-    const SSizeCase cases[] = {
+    struct SCase
+    {
+        const char* Label;
+        off_t Existing;
+        off_t AfterLog;
+        off_t AfterBak; // -1: none
+    } const cases[] = {
         // Kept and written to; that line takes it over the limit, so it is then moved aside whole.
         {"exactly 2097152 bytes", LIMIT, 0, LIMIT + SESSION_LINE},
         // Moved aside at start; that run writes no line at all.
         {"one byte more", LIMIT + 1, -1, LIMIT + 1},
     };
-    for (const SSizeCase& c : cases)
+    for (const SCase& c : cases)
     {
         SCOPED_TRACE(c.Label);
         CSimRun sim;
@@ -92,23 +83,40 @@ TEST(StartUpSwitchLog, SizeLimitKeepsAFullLogAndMovesALargerOneAsideForOneSilent
 
 TEST(StartUpSwitchLog, WithoutTheLogDirectoryNothingIsWrittenAndNothingMoreIsPrinted)
 {
-    CSimRun withLog;
-    const std::string normal = RunQuietly(withLog);
     // The simulated server recreates a missing log folder; a link to nowhere is just as absent
     // for the tool.
     CSimRun sim;
-    ASSERT_EQ(rmdir(LogDir(sim).c_str()), 0);
-    ASSERT_EQ(symlink("/nonexistent/sarvik-log", LogDir(sim).c_str()), 0);
-    EXPECT_EQ(RunQuietly(sim), normal);
+    ASSERT_EQ(rmdir((sim.Root() + "/data/log").c_str()), 0);
+    ASSERT_EQ(symlink("/nonexistent/sarvik-log", (sim.Root() + "/data/log").c_str()), 0);
+    EXPECT_EQ(RunQuietly(sim), SAMPLE);
     EXPECT_EQ(FileSize(SwitchLog(sim)), -1);
     EXPECT_EQ(FileSize("/nonexistent"), -1);
 }
 
-TEST(StartUpSwitchLog, DatesAfter2038AreStampedRight)
+TEST(StartUpSwitchLog, AClosedOrPlainStandardDescriptorSendsNothingIntoTheSwitchLog)
 {
-    CSimRun sim;
-    RunQuietly(sim, {"--date", "2041-07-15 13:45:30"});
-    const std::string log = CSimRun::ReadText(SwitchLog(sim));
-    EXPECT_TRUE(std::regex_match(log, std::regex(R"(<15/07/2041 13:45:3\d\.\d{3}> )" + SESSION))) << log;
+    struct SCase
+    {
+        const char* Redirections;
+        std::string Out;
+    } const cases[] = {
+        {">&-", ""},
+        {"--bogus-option 2>&-", SAMPLE},
+        {"<&-", SAMPLE},
+        {"</dev/null", SAMPLE}, // not a terminal: the console is left alone
+        {"--bogus-option <&- >&- 2>&-", ""},
+    };
+    for (const SCase& c : cases)
+    {
+        SCOPED_TRACE(c.Redirections);
+        CSimRun sim;
+        // The tool run the way a shell does for `Sarvik ARGS REDIRECTIONS`.
+        const SSimResult result =
+            sim.Run({}, {"/bin/sh", "-c", std::string("exec \"$0\" ") + c.Redirections, CSimRun::S_Tool});
+        ASSERT_EQ(result.Status, 0) << result.Err;
+        EXPECT_EQ(result.Out, c.Out);
+        const std::string log = CSimRun::ReadText(SwitchLog(sim));
+        EXPECT_TRUE(std::regex_match(log, std::regex(PREFIX + SESSION))) << log;
+    }
 }
 } // namespace

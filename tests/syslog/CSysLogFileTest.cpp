@@ -5,9 +5,9 @@
 #include "SysLogTestFiles.h"
 #include <gtest/gtest.h>
 #include <regex>
-#include <set>
 #include <string>
 #include <sys/stat.h>
+#include <tuple>
 
 namespace
 {
@@ -17,14 +17,14 @@ constexpr unsigned LOG_HEADER_BYTES = HEADER_LINES * 241;
 constexpr unsigned ERR_HEADER_BYTES = HEADER_LINES * 246;
 const std::string DASHES(40, '-');
 
-int Write(CSysLogFile& file, unsigned channel, unsigned sequence, const char* text,
-          unsigned short errorCode = 0, unsigned char criticity = 1, unsigned timeStamp = 0, short subId = 1,
-          unsigned char context = 1)
+int Write(CSysLogFile& file, unsigned channel, unsigned sequence, const char* text, int errorCode = 0,
+          int criticity = 1, unsigned timeStamp = 0, int subId = 1, int context = 1)
 {
     CSysLogMessage message;
     std::string copy = text;
-    message.MakeMessage(channel, criticity, timeStamp, static_cast<short>(errorCode), subId, context,
-                        sequence, &copy[0]);
+    message.MakeMessage(channel, static_cast<unsigned char>(criticity), timeStamp,
+                        static_cast<short>(errorCode), static_cast<short>(subId),
+                        static_cast<unsigned char>(context), sequence, &copy[0]);
     return file.WriteMessage(&message);
 }
 
@@ -44,7 +44,7 @@ std::unique_ptr<CSysLogFile> Make(unsigned channel, unsigned maxSize = SYSLOG_DE
 }
 } // namespace
 
-TEST(CSysLogFile, FileNamesFollowTheChannelName)
+TEST(CSysLogFile, FilesAreNamedAfterTheChannelAndGetTheHeaderWithTheFirstMessageAndAfterAChange)
 {
     auto file = Make(224);
     const std::pair<const char*, const char*> names[] = {
@@ -54,26 +54,6 @@ TEST(CSysLogFile, FileNamesFollowTheChannelName)
         {file->GetExtractErrorPath(), "_cvn_eeprom.err"}};
     for (const auto& name : names)
         EXPECT_EQ(LOG_DIR + name.second, name.first);
-}
-
-TEST(SysLogChannelNames, RowsAreDistinctShortAndPrefixedBySource)
-{
-    EXPECT_STREQ("cv_general", SysLog_GetChannelName(5));
-    EXPECT_STREQ("cvn_assert_viewer", SysLog_GetChannelName(185));
-    std::set<std::string> names;
-    for (unsigned channel = 0; channel < 400; channel++)
-    {
-        std::string name = SysLog_GetChannelName(channel);
-        bool ucode = channel < 56, host = channel >= 64 && channel <= 277;
-        EXPECT_EQ(ucode || host, name.rfind(ucode ? "cv_" : "cvn_", 0) == 0 && name.size() <= 22) << name;
-        names.insert(name);
-    }
-    EXPECT_EQ(271u, names.size()) << "270 distinct names and the empty one";
-}
-
-TEST(CSysLogFile, HeaderComesWithTheFirstMessageAgainWhenItChangesAndAfterDeletion)
-{
-    auto file = Make(224);
     char sameText[] = "---- TEST HEADER ----", other[] = "---- OTHER HEADER ----";
     file->SetLogFileHeader(sameText);
     EXPECT_FALSE(Exists(file->GetLogPath())) << "nothing on disk before the first message";
@@ -104,7 +84,6 @@ TEST(CSysLogFile, HeaderComesWithTheFirstMessageAgainWhenItChangesAndAfterDeleti
     file->DeleteFiles();
     for (const char* path : {file->GetLogPath(), file->GetErrorPath(), file->GetExtractLogPath()})
         EXPECT_FALSE(Exists(path)) << path;
-    EXPECT_FALSE(file->IsOpened());
     Write(*file, 224, 1, "second");
     lines = ReadLines(file->GetLogPath());
     ASSERT_EQ(HEADER_LINES + 1, lines.size()) << "a fresh file";
@@ -114,33 +93,24 @@ TEST(CSysLogFile, HeaderComesWithTheFirstMessageAgainWhenItChangesAndAfterDeleti
 // Sequence gaps write one lost line; an empty message writes nothing.
 TEST(CSysLogFile, LineFieldsErrorLinesAndLostLines)
 {
-    struct
-    {
-        unsigned char criticity;
-        unsigned short errorCode;
-        unsigned timeStamp;
-        short subId;
-        unsigned char context;
-        unsigned sequence;
-        const char *logTail, *errorTail; // after the date and time
-    } const rows[] = {
+    // Criticity, error code, time stamp, sub-id, context, sequence, then the lines' tails after date and
+    // time.
+    const std::tuple<int, int, unsigned, int, int, unsigned, const char*, const char*> rows[] = {
         {1, 0, 0, 1, 1, 4, "|00000000|C|     1| 1|text", nullptr},
         {2, 0, 0xDEADBEEF, -32768, 0xAB, 6, "|DEADBEEF|N|-32768|AB|text", nullptr}, // 5 is lost
         {3, 0x12, 0x1F, -5, 7, 7, "|0000001F|D|    -5| 7|text", "|0000001F|D|    -5| 7|0012|text"},
-        {7, 0xBEEF, 0, 0, 0x10, 8, "|00000000||     0|10|text", "|00000000||     0|10|BEEF|text"},
-    };
+        {7, 0xBEEF, 0, 0, 0x10, 8, "|00000000||     0|10|text", "|00000000||     0|10|BEEF|text"}};
     auto file = Make(70);
     unsigned errorLines = HEADER_LINES;
-    for (const auto& row : rows)
+    for (const auto& [criticity, errorCode, timeStamp, subId, context, sequence, logTail, errorTail] : rows)
     {
-        Write(*file, 70, row.sequence, "text", row.errorCode, row.criticity, row.timeStamp, row.subId,
-              row.context);
-        EXPECT_EQ(row.logTail, ReadLines(file->GetLogPath()).back().substr(17));
+        Write(*file, 70, sequence, "text", errorCode, criticity, timeStamp, subId, context);
+        EXPECT_EQ(logTail, ReadLines(file->GetLogPath()).back().substr(17));
         std::vector<std::string> errors = ReadLines(file->GetErrorPath());
-        ASSERT_EQ(errorLines += row.errorTail != nullptr, errors.size());
-        if (row.errorTail != nullptr)
+        ASSERT_EQ(errorLines += errorTail != nullptr, errors.size());
+        if (errorTail != nullptr)
         {
-            EXPECT_EQ(row.errorTail, errors.back().substr(17));
+            EXPECT_EQ(errorTail, errors.back().substr(17));
         }
     }
     CSysLogMessage empty;
