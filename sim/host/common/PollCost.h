@@ -1,11 +1,11 @@
 // What the program's own activity costs in reproducible virtual time. A board access costs
-// kAccessNs. An access that carries on a repeating pattern (the same read of the same value, or a
-// cycle of up to kMaxPeriod accesses with at least one read, such as an index write and a status
-// read, in which no place reads two values, with nothing else touching the board and no sleep or wait in
-// between) is a poll step. A time-stamp counter read with no board access since the one before is a busy-wait
-// step. A step costs 1/kShare of the time its poll or busy-wait has run so far, at least one access and at
-// most kMaxNs: long polls run through their virtual timeouts in a few thousand steps, and no wait ends more
-// than a sixteenth (or kMaxNs) after its deadline, so 10 ms and 12 ms stay apart.
+// kAccessNs. An access that carries on a repeating pattern is a poll step: the same read of the
+// same value, or a cycle of up to kMaxPeriod accesses with a read in it (an index write and a
+// status read), in which no place reads two values, with no sleep or wait in between. A
+// time-stamp counter read with no board access since the one before is a busy-wait step. A step
+// costs 1/kShare of the time its poll or busy-wait has run so far, at least one access and at
+// most kMaxNs: long polls run through their virtual timeouts in a few thousand steps, and no wait
+// ends more than a sixteenth (or kMaxNs) after its deadline, so 10 ms and 12 ms stay apart.
 #pragma once
 
 #include <cstdint>
