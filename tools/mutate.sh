@@ -44,7 +44,7 @@ for id in "${ids[@]}"; do
         result="invalid  $(cat "$scratch/apply.log")"
         invalid=$((invalid + 1))
     elif ! build; then
-        result="invalid  build failed: $(grep -m1 -E 'error' "$scratch/build.log")"
+        result="invalid  build failed: $(grep -m1 -E 'error:' "$scratch/build.log")"
         invalid=$((invalid + 1))
     elif first=$(run_tests); then
         result="survived"
