@@ -304,8 +304,6 @@ int toolbox(int argc, char** argv)
             const uint32_t readCount = next();
             const bool buffers = op == "i2c";
             std::string written(buffers ? (writeCount & 0xFFFF) : 0, '\0');
-            for (size_t i = 1; i < written.size(); ++i)
-                written[i] = static_cast<char>(i * 7 + 1);
             std::string read(buffers ? (readCount & 0xFFFF) : 0, '\xEE');
             put(prefix, "result",
                 box->I2CService(0xA0, writeCount, buffers ? reinterpret_cast<uint8_t*>(&written[0]) : nullptr,
