@@ -260,7 +260,12 @@ TEST(OlderLayout, OnlyOlderRecordIsConvertedIntoCopyZeroOnEveryRun)
     CSimRun sim;
     const std::string image = sim.Image({"--serial", "SN654321", "--case-type", "9", "--layout", "old"});
     ASSERT_FALSE(image.empty());
-    const std::vector<uint8_t> original = CSimRun::ReadBytes(image);
+    // The byte after the older serial number's 8 characters is not part of it (integrity kept).
+    std::vector<uint8_t> original = CSimRun::ReadBytes(image);
+    original[100] = 'X';
+    original[101] += 'X';
+    std::ofstream(image, std::ios::binary)
+        .write(reinterpret_cast<const char*>(original.data()), original.size());
     for (int runIndex = 0; runIndex < 2; runIndex++)
     {
         SCOPED_TRACE("run " + std::to_string(runIndex + 1));
