@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace
 {
 
@@ -65,6 +67,22 @@ INSTANTIATE_TEST_SUITE_P(
         // Host board 1 loads nothing: a missing ComRAM node leaves its handle not open.
         SModuleCase{"MissingOnHostBoard1", {"--host-board", "1", "--modules-loaded", "no"}, "9", {}, LOADED}),
     ByName);
+
+// A module the machine lacks stops the start-up at its driver (host board 0 loads what is missing),
+// with a status that grows with the drivers opened before it.
+TEST(KvDriverApiStartUp, AMissingModuleStopsItWithTheWeightOfTheStepsDone)
+{
+    const std::vector<std::array<const char*, 3>> rows = {
+        {"0x9", "drv_timecode", "10015"}, {"0x3", "drv_genlock", "20015"}, {"0x7", "drv_dspuart", "30015"},
+        {"0xD", "drv_comram", "40015"},   {"0xF", "drv_comram", "50015"},  {"0xF", "drv_zeb", "0"}};
+    for (const auto& [mask, module, status] : rows)
+    {
+        CSimRun sim;
+        const SSimResult run = sim.Run({"--host-board", "0", "--fault", std::string("no-module=") + module},
+                                       {CSimRun::S_Probe, "kvapi", mask});
+        EXPECT_EQ(run.Out, std::string("mask=") + mask + " status=" + status + "\n") << module;
+    }
+}
 
 using ReleaseTest = testing::TestWithParam<bool>;
 

@@ -227,7 +227,7 @@ int usage()
 {
     std::fprintf(stderr, "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
                          " modprobe CMD | config | board | q7k | inb PORT | mmap ... | ports |"
-                         " unknown | iostore | toolbox [--type N] OP...\n");
+                         " unknown | iostore | kvapi MASK | toolbox [--type N] OP...\n");
     return 2;
 }
 
@@ -490,6 +490,13 @@ int main(int argc, char** argv)
     }
     if (mode == "toolbox")
         return toolbox(argc, argv);
+    if (mode == "kvapi")
+    {
+        KVDRIVERAPIPARAM param = {number(arg), 0, 9};
+        const KvDriverApi api(&param);
+        std::printf("mask=0x%X status=%d\n", param.Mask_U32, param.Status_S32);
+        return 0;
+    }
     if (mode == "mmap")
         return mapRequest(argc, argv);
     if (mode == "ports")
