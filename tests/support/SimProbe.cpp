@@ -492,9 +492,14 @@ int main(int argc, char** argv)
         return toolbox(argc, argv);
     if (mode == "kvapi")
     {
-        KVDRIVERAPIPARAM param = {number(arg), 0, 9};
-        const KvDriverApi api(&param);
-        std::printf("mask=0x%X status=%d\n", param.Mask_U32, param.Status_S32);
+        // The corrected mask, the host board, the status and which interface entries are set.
+        KVDRIVERAPIPARAM param = {number(arg), -1, -1};
+        KvDriverApi api(&param);
+        KVDRIVER_PINGUINTERFACE entries = {1, 1, 1, 1, 1, 1};
+        api.GetKvDriverInterface(&entries);
+        std::printf("mask=0x%X board=%d status=%d entries=%d%d%d%d%d%d\n", param.Mask_U32,
+                    param.KrpcBoardType_S32, param.Status_S32, entries[0] != 0, entries[1] != 0,
+                    entries[2] != 0, entries[3] != 0, entries[4] != 0, entries[5] != 0);
         return 0;
     }
     if (mode == "mmap")
