@@ -1,8 +1,7 @@
+// Threads and events of the portability layer, as the real-time log uses them.
 #include "BofThread.h"
 
 #include <gtest/gtest.h>
-
-#include <tuple>
 
 #include <atomic>
 #include <chrono>
@@ -11,9 +10,13 @@
 #include <pthread.h>
 #include <sched.h>
 #include <string>
+#include <sys/mman.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -58,23 +61,63 @@ BOF_THREAD_PRIORITY Level(int value)
 }
 } // namespace
 
-TEST(BofThread, RunsTheFunctionOnceWithItsContextAndNeverUnlessStarted)
+// A handle that is null or lacks its check word is refused, by thread and event calls alike.
+TEST(BofHandles, BadHandlesAreRefusedWithoutCrash)
 {
-    for (bool suspended : {false, true})
+    uint32_t foreign[16] = {0x12345678u};
+    for (void* handle : {static_cast<void*>(nullptr), static_cast<void*>(foreign)})
     {
-        Probe probe;
-        BOFTHREAD thread = Bof_CreateThread(0, Probe::Run, &probe, suspended);
-        ASSERT_NE(thread, nullptr);
-        // Waiting again, or resuming an ended thread, starts nothing.
-        EXPECT_EQ(Bof_WaitForThreadEnd(thread), 0);
-        EXPECT_EQ(Bof_WaitForThreadEnd(thread), 0);
-        EXPECT_EQ(suspended ? 0 : Bof_ResumeThread(thread), 0);
-        EXPECT_EQ(Bof_CloseThread(thread), 0);
-        EXPECT_EQ(probe.runs, suspended ? 0 : 1) << "a thread never resumed never runs";
+        EXPECT_EQ((std::vector<int>{Bof_SetEvent(handle), Bof_ResetEvent(handle), Bof_WaitForEvent(handle, 0),
+                                    Bof_CloseEvent(handle), Bof_ResumeThread(handle),
+                                    Bof_SetThreadName(handle, "name"),
+                                    Bof_SetThreadPriority(handle, BOF_THREAD_PRIORITY_004),
+                                    Bof_WaitForThreadEnd(handle), Bof_CloseThread(handle)}),
+                  std::vector<int>(9, -1));
     }
 }
 
-TEST(BofThread, SuspendedThreadStartsOnResumeWithItsCutNameAndSmallStack)
+TEST(BofEvent, AWaitConsumesTheSignalAndTimesOutWithoutOne)
+{
+    BOFEVENT event = Bof_CreateEvent(true, nullptr);
+    ASSERT_NE(event, nullptr);
+    // A wait consumes the signal; a reset one is not seen.
+    EXPECT_EQ((std::vector<int>{Bof_WaitForEvent(event, 0), Bof_WaitForEvent(event, 0), Bof_SetEvent(event),
+                                Bof_ResetEvent(event)}),
+              (std::vector<int>{0, 1, 0, 0}));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Bof_WaitForEvent(event, 60), 1);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 60ms);
+    std::atomic<int> result{-5};
+    std::thread waiter([&] { result = Bof_WaitForEvent(event, BOF_INFINITE); });
+    std::this_thread::sleep_for(30ms);
+    EXPECT_EQ(result, -5);
+    EXPECT_EQ(Bof_SetEvent(event), 0);
+    waiter.join();
+    EXPECT_EQ(result + Bof_CloseEvent(event), 0);
+}
+
+TEST(BofEvent, NamedEventsShareTheirStateAcrossHandlesAndProcesses)
+{
+    const std::string name = "/SarvikEventTest." + std::to_string(getpid());
+    BOFEVENT first = Bof_CreateEvent(false, name.c_str());
+    // Opening an existing event keeps its state rather than applying the new initial state.
+    BOFEVENT second = Bof_CreateEvent(true, name.c_str() + 1);
+    ASSERT_TRUE(first != nullptr && second != nullptr);
+    EXPECT_EQ((std::vector<int>{Bof_WaitForEvent(second, 0), Bof_SetEvent(first), Bof_WaitForEvent(second, 0),
+                                Bof_WaitForEvent(first, 0)}),
+              (std::vector<int>{1, 0, 0, 1}));
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(Bof_SetEvent(Bof_CreateEvent(false, name.c_str())) == 0 ? 0 : 1);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(Bof_WaitForEvent(first, 0), 0) << "the other process's set is not visible";
+    EXPECT_EQ(Bof_CloseEvent(first) | Bof_CloseEvent(second), 0);
+    shm_unlink(name.c_str());
+}
+
+TEST(BofThread, SuspendedThreadRunsOnceOnResumeWithItsCutNameAndSmallStack)
 {
     Probe probe;
     probe.hold = true;
@@ -96,9 +139,15 @@ TEST(BofThread, SuspendedThreadStartsOnResumeWithItsCutNameAndSmallStack)
             std::this_thread::sleep_for(50ms);
             probe.hold = false;
         });
-    EXPECT_EQ(Bof_CloseThread(thread), 0);
-    EXPECT_FALSE(probe.hold) << "close returned while the thread still ran";
+    EXPECT_EQ(Bof_WaitForThreadEnd(thread), 0);
+    EXPECT_FALSE(probe.hold) << "the wait returned while the thread still ran";
     releaser.join();
+    // Waiting again, or resuming an ended thread, starts nothing.
+    EXPECT_EQ(Bof_WaitForThreadEnd(thread) | Bof_ResumeThread(thread) | Bof_CloseThread(thread), 0);
+    EXPECT_EQ(probe.runs, 1);
+    Probe idle;
+    EXPECT_EQ(Bof_CloseThread(Bof_CreateThread(0, Probe::Run, &idle, true)), 0);
+    EXPECT_EQ(idle.runs, 0) << "a thread never resumed never runs";
 }
 
 TEST(BofThread, PriorityLevelsMapToWhatTheSystemApplies)
