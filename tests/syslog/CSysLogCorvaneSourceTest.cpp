@@ -4,15 +4,13 @@
 #include "SysLogTestFiles.h"
 #include <cstring>
 #include <gtest/gtest.h>
-#include <memory>
-#include <sys/stat.h>
 #include <tuple>
 
 namespace
 {
 // Channels above the host range have no file: the server's worker never touches what the tests log.
 constexpr unsigned TEST_CHANNEL = 300;
-const std::string REPORT_DIR = "/mnt/APPS/data/sourcetest/";
+const std::string REPORT_DIR = "/mnt/APPS/data/orx/";
 
 // Reaches the ring's storage the way a memory fault would.
 class CDamageableSource : public CSysLogCorvaneSource
@@ -33,20 +31,18 @@ class CSysLogCorvaneSourceTest : public testing::Test
 protected:
     void SetUp() override
     {
-        mkdir(REPORT_DIR.c_str(), 0777);
         mServer.SetThreshold(TEST_CHANNEL, SYSLOG_NORMAL);
         mServer.SetThreshold(TEST_CHANNEL + 1, SYSLOG_DEBUG);
     }
     std::vector<std::string> Drain()
     {
         std::vector<std::string> records;
-        for (CSysLogMessage message; mSource->ReadMessage(&message), !message.IsEmpty();)
+        for (CSysLogMessage message; mSource.ReadMessage(&message), !message.IsEmpty();)
             records.push_back(Describe(message));
         return records;
     }
     CSysLogServer& mServer = CSysLogServer::GetInstance();
-    std::unique_ptr<CDamageableSource> mSource =
-        std::make_unique<CDamageableSource>(mServer, REPORT_DIR.c_str());
+    CDamageableSource mSource{mServer, REPORT_DIR.c_str()};
 };
 } // namespace
 
@@ -61,8 +57,8 @@ TEST_F(CSysLogCorvaneSourceTest, SequenceNumbersCountPerChannelOverTheKeptMessag
         {350, 1, "no channel"},      {1000, 1, "no channel"},         {TEST_CHANNEL, 2, ""},
         {TEST_CHANNEL, 2, "\r\n"},   {TEST_CHANNEL, 2, "a1"},         {TEST_CHANNEL + 1, 1, "b1"}};
     for (const auto& entry : logged)
-        mSource->LogMessage(std::get<0>(entry), static_cast<unsigned char>(std::get<1>(entry)), 0, 0, 0, "%s",
-                            std::get<2>(entry));
+        mSource.LogMessage(std::get<0>(entry), static_cast<unsigned char>(std::get<1>(entry)), 0, 0, 0, "%s",
+                           std::get<2>(entry));
     EXPECT_EQ((std::vector<std::string>{"300 1 0 0 0 0: a0", "301 3 0 0 0 0: b0", "300 2 0 0 0 1: a1",
                                         "301 1 0 0 0 1: b1"}),
               Drain());
@@ -70,9 +66,9 @@ TEST_F(CSysLogCorvaneSourceTest, SequenceNumbersCountPerChannelOverTheKeptMessag
 
 TEST_F(CSysLogCorvaneSourceTest, RecordCarriesTheCallersFieldsAndItsTextIsExpandedTwice)
 {
-    mSource->LogMessage(TEST_CHANNEL, 2, 0x12, -3, 0xC4, "value %d of %s, %s", 42, "x", "50%% done");
-    mSource->GetChannel(TEST_CHANNEL + 1)->LogMessage(3, 0, 1, 2, "from %s", "handle");
-    EXPECT_EQ(nullptr, mSource->GetChannel(350));
+    mSource.LogMessage(TEST_CHANNEL, 2, 0x12, -3, 0xC4, "value %d of %s, %s", 42, "x", "50%% done");
+    mSource.GetChannel(TEST_CHANNEL + 1)->LogMessage(3, 0, 1, 2, "from %s", "handle");
+    EXPECT_EQ(nullptr, mSource.GetChannel(350));
     EXPECT_EQ((std::vector<std::string>{"300 2 18 -3 196 0: value 42 of x, 50% done",
                                         "301 3 0 1 2 0: from handle"}),
               Drain());
@@ -85,21 +81,21 @@ TEST_F(CSysLogCorvaneSourceTest, FullRingKeepsTheNewestAndShowsLoadWhileLogsAreE
     unsigned halfLoad = 0;
     for (unsigned i = 0; i < 12000; i++)
     {
-        halfLoad = i == 4681 ? mSource->GiveLoad() : halfLoad;
-        mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", text.c_str());
+        halfLoad = i == 4681 ? mSource.GiveLoad() : halfLoad;
+        mSource.LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "%s", text.c_str());
     }
     EXPECT_EQ(4681u * 224u * 100u / CSysLogCorvaneSource::RING_SIZE, halfLoad);
-    EXPECT_EQ(99u, mSource->GiveLoad());
+    EXPECT_EQ(99u, mSource.GiveLoad());
     mServer.DisableLogs();
-    mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "dropped");
-    EXPECT_EQ(0u, mSource->GiveLoad());
+    mSource.LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "dropped");
+    EXPECT_EQ(0u, mSource.GiveLoad());
     mServer.EnableLogs();
-    mSource->ReadMessage(nullptr);
+    mSource.ReadMessage(nullptr);
     std::vector<std::string> records = Drain();
     ASSERT_EQ(9361u, records.size());
     EXPECT_EQ("300 1 0 0 0 2639: " + text, records.front()) << "12000 - 9361";
     EXPECT_EQ("300 1 0 0 0 11999: " + text, records.back());
-    EXPECT_EQ(0u, mSource->GiveLoad());
+    EXPECT_EQ(0u, mSource.GiveLoad());
 }
 
 TEST_F(CSysLogCorvaneSourceTest, CorruptionIsReportedOnceInTheProcessLife)
@@ -109,9 +105,9 @@ TEST_F(CSysLogCorvaneSourceTest, CorruptionIsReportedOnceInTheProcessLife)
     // Two damaged rings in a row, then a sound one: one report, and the ring works again.
     for (bool damaged : {true, true, false})
     {
-        mSource->LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "sound");
+        mSource.LogMessage(TEST_CHANNEL, 1, 0, 0, 0, "sound");
         if (damaged)
-            mSource->OverwriteOldestLength();
+            mSource.OverwriteOldestLength();
         EXPECT_EQ(damaged ? 0u : 1u, Drain().size());
     }
     EXPECT_EQ(

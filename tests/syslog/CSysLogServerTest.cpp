@@ -3,7 +3,6 @@
 #include "CSysLogServer.h"
 #include "CSysLogDestination.h"
 #include "CSysLogMessage.h"
-#include "SysLogChannelNames.h"
 #include "SysLogTestFiles.h"
 #include <atomic>
 #include <cstdlib>
@@ -76,7 +75,7 @@ CQueue& Linked(int source, unsigned channel)
 }
 } // namespace
 
-TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFiles)
+TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFilesWithTheHeader)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     for (unsigned channel : {0u, 5u, 63u, 64u, 65u, 185u, 224u, 277u, 278u, 349u, 350u, 5000u})
@@ -104,6 +103,21 @@ TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebib
     EXPECT_TRUE(server.IsFileOpened(224) && !server.IsFileOpened(225));
     EXPECT_EQ(1u, server.OpenLogFile()) << "the log menu's count of open files";
     EXPECT_TRUE(Exists(LOG_DIR + "cvn_eeprom.err")) << "opened with the log file";
+
+    // A new header reaches open files at once; at shutdown every open file gets a last line,
+    // written by the worker's next pass.
+    server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
+    std::string expected =
+        "------------------------------------- ORX QUINTARVE --- Machine 42     --- Corvane version "
+        "01.02.03.00004 --- HW Edition 1.10";
+    EXPECT_STREQ(expected.c_str(), server.GetLogFileHeader());
+    EXPECT_TRUE(Contains(ReadFile(EEPROM_LOG), expected + " --- "));
+    server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
+    EXPECT_EQ(1, CountOf(ReadFile(EEPROM_LOG), expected)) << "an unchanged header is not rewritten";
+    server.Shutdown();
+    EXPECT_TRUE(
+        WaitFor([] { return Contains(ReadFile(EEPROM_LOG), "|C|     0| 0|Exiting System Logging\r\n"); }));
+    EXPECT_EQ(1u, server.OpenLogFile()) << "files that never logged stay closed";
 }
 
 // Threshold records apply only to host channels and known levels; file sizes only within limits.
@@ -186,27 +200,6 @@ TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothin
     SSysLogStatistics statistics = server.GetMaxStatisticArray();
     EXPECT_EQ(20u, statistics.mMaxWrittenInPass_U32);
     EXPECT_GE(statistics.mMaxFullPasses_U32, 1u);
-}
-
-// At shutdown every open file gets a last line, written by the worker's next pass.
-TEST(CSysLogServer, NewHeaderReachesOpenFilesAtOnceAndShutdownLeavesAFinalLine)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "before");
-    server.FlushPendingMessages();
-    server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
-    std::string expected =
-        "------------------------------------- ORX QUINTARVE --- Machine 42     --- Corvane version "
-        "01.02.03.00004 --- HW Edition 1.10";
-    EXPECT_STREQ(expected.c_str(), server.GetLogFileHeader());
-    EXPECT_TRUE(Contains(ReadFile(EEPROM_LOG), expected + " --- "));
-    server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
-    EXPECT_EQ(1, CountOf(ReadFile(EEPROM_LOG), expected)) << "an unchanged header is not rewritten";
-    server.Shutdown();
-    EXPECT_TRUE(
-        WaitFor([] { return Contains(ReadFile(EEPROM_LOG), "|C|     0| 0|Exiting System Logging\r\n"); }));
-    EXPECT_FALSE(Exists(LOG_DIR + SysLog_GetChannelName(64) + ".log"))
-        << "files that never logged stay closed";
 }
 
 // The flush's last sweep reads one more message per open file and one for the entry at counter
