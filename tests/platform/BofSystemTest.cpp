@@ -39,35 +39,6 @@ std::string StatField(long thread, int number)
     return field;
 }
 
-// Another thread, at real-time priority `fifo` if not 0, that takes the lock once.
-struct Contender
-{
-    Contender(const std::function<void()>& lock, const std::function<void()>& unlock, int fifo)
-        : thread(
-              [=]
-              {
-                  const sched_param param{fifo};
-                  if (fifo > 0)
-                      pthread_setschedparam(pthread_self(), SCHED_FIFO, &param);
-                  id = syscall(SYS_gettid);
-                  lock();
-                  inside = true;
-                  unlock();
-              })
-    {
-    }
-    ~Contender() { thread.join(); }
-    // True once the thread sleeps in the lock (a hang guard of 10 s, not a timing rule).
-    bool WaitBlocked() const
-    {
-        for (int i = 0; i < 10000 && (id == 0 || StatField(id, 3) != "S"); ++i)
-            std::this_thread::sleep_for(1ms);
-        return id != 0 && StatField(id, 3) == "S";
-    }
-    std::atomic<long> id{0};
-    std::atomic<bool> inside{false};
-    std::thread thread;
-};
 // Milliseconds of a clock, cut to 32 bits as the tick count is.
 uint32_t Ms(clockid_t clock)
 {
@@ -116,16 +87,28 @@ TEST(Locks, HolderInheritsThePriorityOfARealTimeWaiterAndTheSectionIsRecursive)
         ASSERT_EQ(StatField(self, 18), "20") << "the test must start as an ordinary thread";
         for (int i = 0; i < entries; ++i)
             lock();
-        {
-            Contender waiter(lock, unlock, 50);
-            EXPECT_TRUE(waiter.WaitBlocked());
-            EXPECT_EQ(StatField(self, 18), "-51") << name;
-            for (int i = 1; i < entries; ++i)
+        std::atomic<long> waiter{0};
+        std::atomic<bool> inside{false};
+        std::thread contender(
+            [&, lock = lock, unlock = unlock]
+            {
+                const sched_param param{50};
+                pthread_setschedparam(pthread_self(), SCHED_FIFO, &param);
+                waiter = syscall(SYS_gettid);
+                lock();
+                inside = true;
                 unlock();
-            std::this_thread::sleep_for(50ms);
-            EXPECT_FALSE(waiter.inside) << name << ": one leave must not release a section entered twice";
+            });
+        // Until the waiter sleeps in the lock (a hang guard of 10 s, not a timing rule).
+        for (int i = 0; i < 10000 && (waiter == 0 || StatField(waiter, 3) != "S"); ++i)
+            std::this_thread::sleep_for(1ms);
+        EXPECT_EQ(StatField(self, 18), "-51") << name;
+        for (int i = 1; i < entries; ++i)
             unlock();
-        }
+        std::this_thread::sleep_for(50ms);
+        EXPECT_FALSE(inside) << name << ": one leave must not release a section entered twice";
+        unlock();
+        contender.join();
         EXPECT_EQ(StatField(self, 18), "20") << name;
     }
     Bof_DestroyCriticalSection(&section);
