@@ -162,24 +162,6 @@ TEST(CSysLogServer, ConfigurationFilesAreReadAtConstructionAndThresholdsSavedBac
     EXPECT_EQ(2, server.GetThreshold(277));
 }
 
-TEST(CSysLogServer, FullerSourceIsServedFirstAndTheOtherAfterItsWaitCount)
-{
-    CQueue low, high;
-    low.mFixedLoad = 30;
-    high.mFixedLoad = 60;
-    SSysLogSourceSlot slots[2] = {};
-    slots[0].mpSource = &low;
-    slots[1].mpSource = &high;
-    uint32_t loads[2] = {};
-    std::string order;
-    for (int i = 0; i < 20; i++)
-        order += std::to_string(CSysLogServer::SelectSourceToProcess(slots, loads));
-    // Slot 0 waits until its count passes (100 - 30) / 10 + 1 = 8; slot 1 passes 5 only when it loses.
-    EXPECT_EQ("11111111101111111110", order);
-    EXPECT_EQ(30u, loads[0]);
-    EXPECT_EQ(60u, loads[1]);
-}
-
 TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothing)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
@@ -204,8 +186,8 @@ TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothin
 
 // The flush's last sweep reads one more message per open file and one for the entry at counter
 // 228 whatever its state; what a destination is not ready for is dropped; the worker reports a
-// message on a channel of 350 or more on channel 5 instead.
-TEST(CSysLogServer, SourceSlotsLinksAndFlushes)
+// message on a channel of 350 or more on channel 5 instead, and serves the fuller source first.
+TEST(CSysLogServer, SourceSlotsLinksFlushesAndTheChoiceOfTheSourceToServe)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     EXPECT_EQ(0, server.GetSourceId(&server.GetHostSource()));
@@ -258,6 +240,21 @@ TEST(CSysLogServer, SourceSlotsLinksAndFlushes)
               general.Lines());
     server.RemoveSource(&source);
     EXPECT_EQ(-1, server.GetSourceId(&source));
+
+    // The fuller source is served first, the other after its wait count.
+    source.mFixedLoad = 30;
+    second.mFixedLoad = 60;
+    SSysLogSourceSlot slots[2] = {};
+    slots[0].mpSource = &source;
+    slots[1].mpSource = &second;
+    uint32_t loads[2] = {};
+    std::string order;
+    for (int i = 0; i < 20; i++)
+        order += std::to_string(CSysLogServer::SelectSourceToProcess(slots, loads));
+    // Slot 0 waits until its count passes (100 - 30) / 10 + 1 = 8; slot 1 passes 5 only when it loses.
+    EXPECT_EQ("11111111101111111110", order);
+    EXPECT_EQ(30u, loads[0]);
+    EXPECT_EQ(60u, loads[1]);
 }
 
 // A fresh process: the server is built, fed faster than its worker writes, then left by exit.
