@@ -2,6 +2,7 @@
 #include "ModelTraits.h"
 #include "SimServer.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -135,8 +136,9 @@ bool BoardConfig::apply(const std::string& key, const std::string& value, std::s
     if (key == "seed")
     {
         char* end = nullptr;
+        errno = 0;
         const unsigned long long parsed = std::strtoull(value.c_str(), &end, 0);
-        if (value.empty() || *end != '\0' || value[0] == '-')
+        if (value.empty() || *end != '\0' || value[0] == '-' || errno == ERANGE)
             return fail(error, "seed: expected an unsigned 64-bit number, got '" + value + "'");
         seed = parsed;
         return true;

@@ -28,35 +28,45 @@ TEST(VirtualClock, ReproducibleClockMovesOnlyWhenAdvancedAndSpeedScalesRealSpans
     EXPECT_EQ(slow.toVirtual(2 * kSecond), kSecond);
 }
 
-// Each row: a sequence of events and the cost the last one is charged.
-TEST(PollCost, ChargesRepeatedPollsAndBusyWaitsMoreUntilSomethingChanges)
+// Each row: `pattern` repeated `times`, then `tail`, and the cost the last event is charged.
+TEST(PollCost, ChargesAShareOfTheTimeARepeatingPollOrBusyWaitHasRun)
 {
-    const std::pair<std::string, int64_t> cases[] = {
-        // r: read of place 1 finding 0x80, R: another value, w: write, t: TSC read, s: sleep
-        {"r", PollCost::kAccessNs},
-        {"rrr", 4 * PollCost::kAccessNs},
-        {"rtrtr", 4 * PollCost::kAccessNs},
-        {"rrR", PollCost::kAccessNs},
-        {"rrwr", PollCost::kAccessNs},
-        {"rrsr", PollCost::kAccessNs},
-        {"ttt", 4 * PollCost::kTscReadNs},
-        {"ttrt", PollCost::kTscReadNs},
-        {std::string(40, 't'), PollCost::kMaxNs},
-    };
-    for (const auto& [events, expected] : cases)
+    struct SRow
     {
+        const char* pattern;
+        int times;
+        const char* tail;
+        int64_t expected;
+    };
+    // r: read of place 1 finding 0x80, R: another value, w: write of 1 to place 2, x: a new value
+    // written there, t: TSC read, s: sleep
+    const SRow rows[] = {
+        {"r", 1, "", 1000},   {"r", 18, "", 1062},   {"rt", 17, "r", 1062},
+        {"r", 17, "R", 1000}, {"r", 17, "wr", 1000}, {"r", 17, "sr", 1000},
+        {"t", 18, "", 1062},  {"t", 17, "rt", 1000}, {"wr", 10, "", 1062},
+        {"wx", 40, "", 1000}, {"ww", 40, "", 1000},  {"t", 20000, "", PollCost::kMaxNs},
+    };
+    for (const SRow& row : rows)
+    {
+        std::string events;
+        for (int i = 0; i < row.times; ++i)
+            events += row.pattern;
+        events += row.tail;
         PollCost cost;
         int64_t last = 0;
+        uint32_t fresh = 0;
         for (char e : events)
         {
             if (e == 't')
                 last = cost.tscRead();
             else if (e == 's')
                 cost.waited();
+            else if (e == 'w' || e == 'x')
+                last = cost.boardAccess(2, e == 'w' ? 1 : ++fresh, false);
             else
-                last = cost.boardAccess(1, e == 'R' ? 0 : 0x80, e != 'w');
+                last = cost.boardAccess(1, e == 'R' ? 0 : 0x80, true);
         }
-        EXPECT_EQ(last, expected) << events;
+        EXPECT_EQ(last, row.expected) << row.pattern << " x" << row.times << row.tail;
     }
 }
 

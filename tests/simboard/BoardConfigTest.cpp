@@ -36,6 +36,7 @@ TEST(BoardConfig, RejectsUnknownKeysAndBadValuesWithAText)
 {
     for (const std::string& option :
          words("board=Q9K ident=0x100 ident=1,2 version=0x03 version=1,2,3 q7k-regs=1,2,3 seed=-1 seed=abc "
+               "seed=18446744073709551616 "
                "speed=20 "
                "timing=ram-ready timing=ram-ready=x timing=ram-ready=-1 timing=no-such=1 fault=no-such-fault "
                "fault=ident-fail fault=ident-fail=0x80 fault=ident-fail=0 fault=eeprom-busy=x "

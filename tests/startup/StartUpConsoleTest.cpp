@@ -101,49 +101,61 @@ std::string DrainUntilLine(int fifo)
     return received;
 }
 
+// Run in front, and moved to the background (Ctrl-Z, `bg`) just before its end: the terminal
+// comes back either way, and the moved job is not stopped for touching it.
 TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
 {
-    CSimRun sim;
-    SPty pty;
-    ASSERT_GE(pty.slave, 0);
-    const struct termios before = pty.Settings();
-    ASSERT_FALSE(IsRaw(before));
-    const int fifo = StallSwitchLog(sim.Root() + "/data/log/QXK_Switch.log");
-    ASSERT_GE(fifo, 0);
+    for (const ETerminal terminal : {ETerminal::CONTROLLING, ETerminal::MOVED_TO_BACKGROUND})
+    {
+        SCOPED_TRACE(terminal == ETerminal::CONTROLLING ? "in front" : "moved to the background");
+        CSimRun sim;
+        SPty pty;
+        ASSERT_GE(pty.slave, 0);
+        const struct termios before = pty.Settings();
+        ASSERT_FALSE(IsRaw(before));
+        const int fifo = StallSwitchLog(sim.Root() + "/data/log/QXK_Switch.log");
+        ASSERT_GE(fifo, 0);
 
-    const pid_t started = sim.Start({}, {CSimRun::S_Tool}, pty.slave, ETerminal::CONTROLLING);
-    ASSERT_GT(started, 0);
-    // A failed check must not leave the stalled tool behind.
-    std::shared_ptr<void> reaper(nullptr,
-                                 [started](void*)
-                                 {
-                                     if (waitpid(started, nullptr, WNOHANG) == 0)
+        const pid_t started = sim.Start({}, {CSimRun::S_Tool}, pty.slave, terminal);
+        ASSERT_GT(started, 0);
+        // A failed check must not leave the stalled tool behind.
+        std::shared_ptr<void> reaper(nullptr,
+                                     [started](void*)
                                      {
-                                         kill(started, SIGTERM);
-                                         waitpid(started, nullptr, 0);
-                                     }
-                                 });
-    ASSERT_TRUE(WaitFor([&] { return IsRaw(pty.Settings()); })) << "no echo, keys one by one, no SIGINT";
+                                         if (waitpid(started, nullptr, WNOHANG) == 0)
+                                         {
+                                             kill(started, SIGTERM);
+                                             waitpid(started, nullptr, 0);
+                                         }
+                                     });
+        ASSERT_TRUE(WaitFor([&] { return IsRaw(pty.Settings()); })) << "no echo, keys one by one, no SIGINT";
 
-    // A key is readable at once, without a newline, and is not echoed back.
-    ASSERT_EQ(write(pty.master, "k", 1), 1);
-    int pending = 0;
-    EXPECT_TRUE(WaitFor([&] { return ioctl(pty.slave, FIONREAD, &pending) == 0 && pending == 1; }, 2s));
-    struct pollfd echo = {pty.master, POLLIN, 0};
-    EXPECT_EQ(poll(&echo, 1, 200), 0) << "the key was echoed";
+        // A key is readable at once, without a newline, and is not echoed back.
+        ASSERT_EQ(write(pty.master, "k", 1), 1);
+        int pending = 0;
+        EXPECT_TRUE(WaitFor([&] { return ioctl(pty.slave, FIONREAD, &pending) == 0 && pending == 1; }, 2s));
+        struct pollfd echo = {pty.master, POLLIN, 0};
+        EXPECT_EQ(poll(&echo, 1, 200), 0) << "the key was echoed";
 
-    // Ctrl-C is a key like another: the tool's session is not interrupted.
-    ASSERT_EQ(write(pty.master, "\x03", 1), 1);
-    std::this_thread::sleep_for(300ms);
-    int status = 0;
-    EXPECT_EQ(waitpid(started, &status, WNOHANG), 0) << "the tool ended on Ctrl-C";
-    EXPECT_TRUE(IsRaw(pty.Settings())) << "console restored before the switch log was closed";
+        // Ctrl-C is a key like another: the tool's session is not interrupted.
+        ASSERT_EQ(write(pty.master, "\x03", 1), 1);
+        std::this_thread::sleep_for(300ms);
+        int status = 0;
+        EXPECT_EQ(waitpid(started, &status, WNOHANG), 0) << "the tool ended on Ctrl-C";
+        EXPECT_TRUE(IsRaw(pty.Settings())) << "console restored before the switch log was closed";
+        if (terminal == ETerminal::MOVED_TO_BACKGROUND)
+        {
+            kill(started, SIGUSR1);
+            ASSERT_TRUE(WaitFor([&] { return tcgetpgrp(pty.master) == started; }));
+        }
 
-    EXPECT_NE(DrainUntilLine(fifo).find("-------------- New Session --------------\r\n"), std::string::npos);
-    const SSimResult result = sim.Wait(started);
-    close(fifo);
-    EXPECT_EQ(result.Status, 0);
-    ExpectRestored(before, pty.Settings());
+        EXPECT_NE(DrainUntilLine(fifo).find("-------------- New Session --------------\r\n"),
+                  std::string::npos);
+        const SSimResult result = sim.Wait(started);
+        close(fifo);
+        EXPECT_EQ(result.Status, 0) << "above " << CSimRun::STOPPED_BY_SIGNAL << ": stopped by that signal";
+        ExpectRestored(before, pty.Settings());
+    }
 }
 
 TEST(StartUpConsole, ABackgroundJobLeavesTheTerminalAloneAndRunsToItsEnd)

@@ -227,7 +227,7 @@ int usage()
 {
     std::fprintf(stderr, "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
                          " modprobe CMD | config | board | q7k | inb PORT | mmap ... | ports |"
-                         " unknown | iostore | toolbox [--type N] OP...\n");
+                         " unknown | iostore | kvapi MASK | toolbox [--type N] OP...\n");
     return 2;
 }
 
@@ -490,6 +490,18 @@ int main(int argc, char** argv)
     }
     if (mode == "toolbox")
         return toolbox(argc, argv);
+    if (mode == "kvapi")
+    {
+        // The corrected mask, the host board, the status and which interface entries are set.
+        KVDRIVERAPIPARAM param = {number(arg), -1, -1};
+        KvDriverApi api(&param);
+        KVDRIVER_PINGUINTERFACE entries = {1, 1, 1, 1, 1, 1};
+        api.GetKvDriverInterface(&entries);
+        std::printf("mask=0x%X board=%d status=%d entries=%d%d%d%d%d%d\n", param.Mask_U32,
+                    param.KrpcBoardType_S32, param.Status_S32, entries[0] != 0, entries[1] != 0,
+                    entries[2] != 0, entries[3] != 0, entries[4] != 0, entries[5] != 0);
+        return 0;
+    }
     if (mode == "mmap")
         return mapRequest(argc, argv);
     if (mode == "ports")

@@ -127,12 +127,23 @@ pid_t CSimRun::Spawn(const Args& argv, int stdinFd, ETerminal terminal)
         return pid;
     if (terminal != ETerminal::NONE && (setsid() < 0 || ioctl(stdinFd, TIOCSCTTY, 0) != 0))
         _exit(126);
-    if (terminal == ETerminal::BACKGROUND)
+    if (terminal == ETerminal::BACKGROUND || terminal == ETerminal::MOVED_TO_BACKGROUND)
     {
+        sigset_t usr1;
+        sigemptyset(&usr1);
+        sigaddset(&usr1, SIGUSR1);
+        sigprocmask(SIG_BLOCK, &usr1, nullptr);
+        signal(SIGTTOU, SIG_IGN);
         const pid_t job = fork();
         if (job != 0)
         {
             setpgid(job, job); // as shells do, so that the job's group exists whichever runs first
+            if (terminal == ETerminal::MOVED_TO_BACKGROUND)
+            {
+                int sig = 0;
+                sigwait(&usr1, &sig);
+                tcsetpgrp(stdinFd, getpgrp());
+            }
             int status = 0;
             while (waitpid(job, &status, WUNTRACED) < 0 && errno == EINTR)
             {
@@ -141,7 +152,6 @@ pid_t CSimRun::Spawn(const Args& argv, int stdinFd, ETerminal terminal)
             {
                 // Brought to the foreground as `fg` would, so that the run ends and cleans up.
                 const int stop = WSTOPSIG(status);
-                signal(SIGTTOU, SIG_IGN);
                 tcsetpgrp(stdinFd, job);
                 kill(-job, SIGCONT);
                 waitpid(job, &status, 0);
@@ -150,6 +160,10 @@ pid_t CSimRun::Spawn(const Args& argv, int stdinFd, ETerminal terminal)
             _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 127);
         }
         setpgid(0, 0);
+        if (terminal == ETerminal::MOVED_TO_BACKGROUND)
+            tcsetpgrp(stdinFd, getpid()); // in front before anything runs
+        signal(SIGTTOU, SIG_DFL);
+        sigprocmask(SIG_UNBLOCK, &usr1, nullptr);
     }
     const int in = stdinFd >= 0 ? stdinFd : open("/dev/null", O_RDONLY);
     const int out = open((mStem + ".out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);

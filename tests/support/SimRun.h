@@ -40,7 +40,9 @@ enum class ETerminal
 {
     NONE,        // an ordinary descriptor
     CONTROLLING, // the controlling terminal of the command's own session, the command in front
-    BACKGROUND   // as a shell runs `COMMAND &`: the session's foreground stays with the shell
+    BACKGROUND,  // as a shell runs `COMMAND &`: the session's foreground stays with the shell
+    // started in front; SIGUSR1 to the started pid moves it to the background (Ctrl-Z, `bg`)
+    MOVED_TO_BACKGROUND
 };
 
 class CSimRun

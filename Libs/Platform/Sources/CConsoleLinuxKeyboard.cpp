@@ -1,5 +1,7 @@
 #include "CConsoleLinuxKeyboard.h"
 
+#include <csignal>
+#include <pthread.h>
 #include <unistd.h>
 
 CConsoleLinuxKeyboard::CConsoleLinuxKeyboard(int fd) : mFd_S32(fd)
@@ -27,6 +29,14 @@ CConsoleLinuxKeyboard::~CConsoleLinuxKeyboard()
 {
     if (mRaw_B)
     {
+        // A job moved to the background since (Ctrl-Z, `bg`) would be stopped here by SIGTTOU and
+        // never end; with the signal blocked the terminal gets its settings back all the same.
+        sigset_t ttou;
+        sigset_t previous;
+        sigemptyset(&ttou);
+        sigaddset(&ttou, SIGTTOU);
+        pthread_sigmask(SIG_BLOCK, &ttou, &previous);
         tcsetattr(mFd_S32, TCSANOW, &mSaved_X);
+        pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     }
 }

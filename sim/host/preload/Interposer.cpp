@@ -69,9 +69,8 @@ void Interposer::chargeAccess(uint32_t where, uint32_t value, bool read)
 
 uint64_t Interposer::readTsc()
 {
-    const auto ticks = static_cast<uint64_t>(clock_.monotonicNow()) * (TscTrap::kHz / 1'000'000'000);
     clock_.advance(tCost.tscRead());
-    return ticks;
+    return static_cast<uint64_t>(clock_.monotonicNow()) * (TscTrap::kHz / 1'000'000'000);
 }
 
 void Interposer::waited()

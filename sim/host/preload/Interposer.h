@@ -33,7 +33,8 @@ public:
     const VirtualClock& clock() const { return clock_; }
     uint64_t nowNs() const { return static_cast<uint64_t>(clock_.monotonicNow()); }
     // What moves the reproducible clock (PollCost): a board access after it was made, a counter
-    // read (answered before it is charged), and a sleep or wait of the calling thread.
+    // read (charged before it is answered, so that the read that ends a busy-wait lands within one
+    // step of its deadline), and a sleep or wait of the calling thread.
     void chargeAccess(uint32_t where, uint32_t value, bool read);
     uint64_t readTsc();
     void waited();
