@@ -55,7 +55,12 @@ TEST(CSysLogFile, FilesAreNamedAfterTheChannelAndGetTheHeaderWithTheFirstMessage
     char sameText[] = "---- TEST HEADER ----", other[] = "---- OTHER HEADER ----";
     file->SetLogFileHeader(sameText);
     EXPECT_FALSE(Exists(file->GetLogPath())) << "nothing on disk before the first message";
+    const mode_t mask = umask(0);
     Write(*file, 224, 0, "hello");
+    umask(mask);
+    struct stat log = {};
+    stat(file->GetLogPath(), &log);
+    EXPECT_EQ(log.st_mode & 0777, 0666u) << "readable and writable by all users";
     std::vector<std::string> lines = ReadLines(file->GetLogPath());
     ASSERT_EQ(HEADER_LINES + 1, lines.size());
     const std::regex header[] = {

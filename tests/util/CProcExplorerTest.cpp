@@ -83,6 +83,7 @@ TEST(CProcExplorer, ReadsStatLinesAndFindsProcessesByName)
     const int lowest = std::min(first.pid, second.pid);
     EXPECT_EQ(explorer.GetPidFromName(("(" + name + ")").c_str()), lowest);
     EXPECT_EQ(explorer.GetPidFromName(name.c_str()), -1) << "without parentheses";
+    EXPECT_EQ(explorer.GetPidFromName(("(" + name).c_str()), -1) << "a beginning is not the name";
     EXPECT_EQ(explorer.GetPidFromPartialName(name.substr(1).c_str()), lowest);
     EXPECT_EQ(explorer.GetPidFromPartialName((name + ")").c_str()), lowest);
     EXPECT_EQ(explorer.GetPidFromName(("(" + blank + ")").c_str()), -1) << "a blank splits the name";
