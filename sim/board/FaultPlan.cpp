@@ -10,7 +10,49 @@ namespace sim
 namespace
 {
 
-struct FaultInfo
+using Args = std::vector<uint32_t>;
+
+// Handlers shared by many faults: switch a flag on, take a status, add to a count.
+template <bool FaultPlan::*Flag> void on(FaultPlan& plan, const Args&)
+{
+    plan.*Flag = true;
+}
+template <uint8_t FaultPlan::*Status> void take(FaultPlan& plan, const Args& a)
+{
+    plan.*Status = static_cast<uint8_t>(a[0]);
+}
+template <uint32_t FaultPlan::*Count> void add(FaultPlan& plan, const Args& a)
+{
+    plan.*Count += a[0];
+}
+
+bool isFailureStatus(uint32_t status)
+{
+    return status != 0 && status != 0x80 && status <= 0xFE;
+}
+
+// Argument checks beyond their number: the reason an argument is refused, or nullptr.
+template <size_t At> const char* failureStatus(const Args& a)
+{
+    return isFailureStatus(a[At]) ? nullptr : "STATUS must be a failure status (not 0, 0x80, 0xFF)";
+}
+const char* pageStatus(const Args& a)
+{
+    return a[0] >= SimServer::kEepromSize ? "ADDR beyond the EEPROM" : failureStatus<1>(a);
+}
+const char* bitFlipCopy(const Args& a)
+{
+    const bool bad = a[0] > FaultPlan::kOldCopy || (a.size() > 1 && (a[1] == 0 || a[1] > 64));
+    return bad ? "COPY is 0, 1, 2 or old and N is 1 to 64" : nullptr;
+}
+const char* stuckStatusValue(const Args& a)
+{
+    return a[0] != 0x80 && a[0] != 0xFF ? "the stuck status is 0x80 or 0xFF" : nullptr;
+}
+
+} // namespace
+
+struct FaultPlan::FaultInfo
 {
     const char* name;
     const char* args; // "" none; otherwise the argument pattern shown in help
@@ -18,49 +60,87 @@ struct FaultInfo
     unsigned maxArgs;
     const char* kind; // what it breaks: firmware, bus, eeprom, or transient (heals after a count)
     const char* description;
+    void (*apply)(FaultPlan&, const Args&);
+    const char* (*check)(const Args&) = nullptr; // none: any value will do
 };
 
-const FaultInfo kFaults[] = {
-    {"reset-stuck", "", 0, 0, "firmware", "the board never leaves reset: the RAM check never passes"},
+const FaultPlan::FaultInfo FaultPlan::kFaults[] = {
+    {"reset-stuck", "", 0, 0, "firmware", "the board never leaves reset: the RAM check never passes",
+     on<&FaultPlan::resetStuck_>},
     {"ram-check-fail", "", 0, 0, "firmware",
-     "a data bit of the dual-port RAM is stuck: the check word never reads back"},
-    {"bootstrap-silent", "", 0, 0, "firmware", "the RAM works but the bootstrap never answers a command"},
-    {"ident-fail", "STATUS", 1, 1, "firmware", "opcode 0x05 (identification) answers STATUS"},
-    {"version-fail", "STATUS", 1, 1, "firmware", "opcode 0x03 (version) answers STATUS"},
-    {"wakeup-step-fail", "STATUS", 1, 1, "firmware", "opcode 0x92 (ZEBX/Q5K wake-up step) answers STATUS"},
-    {"i2c-stuck", "", 0, 0, "bus", "a device holds SDA low mid-byte until SCL is clocked by the GPIO pins"},
-    {"i2c-stuck-hard", "", 0, 0, "bus", "a device holds SDA low whatever is clocked"},
-    {"ucode-absent", "", 0, 0, "firmware", "the micro-code never runs: its mailbox commands are never taken"},
-    {"ucode-refuse", "", 0, 0, "firmware", "the micro-code answers every EEPROM transaction with 0x7F"},
-    {"ucode-timeout", "", 0, 0, "firmware", "the micro-code takes commands and never answers them"},
-    {"eeprom-busy", "N", 1, 1, "eeprom", "the EEPROM does not acknowledge the next N transactions"},
+     "a data bit of the dual-port RAM is stuck: the check word never reads back",
+     on<&FaultPlan::ramCheckFail_>},
+    {"bootstrap-silent", "", 0, 0, "firmware", "the RAM works but the bootstrap never answers a command",
+     on<&FaultPlan::bootstrapSilent_>},
+    {"ident-fail", "STATUS", 1, 1, "firmware", "opcode 0x05 (identification) answers STATUS",
+     take<&FaultPlan::identFail_>, failureStatus<0>},
+    {"version-fail", "STATUS", 1, 1, "firmware", "opcode 0x03 (version) answers STATUS",
+     take<&FaultPlan::versionFail_>, failureStatus<0>},
+    {"wakeup-step-fail", "STATUS", 1, 1, "firmware", "opcode 0x92 (ZEBX/Q5K wake-up step) answers STATUS",
+     take<&FaultPlan::wakeupStepFail_>, failureStatus<0>},
+    {"i2c-stuck", "", 0, 0, "bus", "a device holds SDA low mid-byte until SCL is clocked by the GPIO pins",
+     on<&FaultPlan::i2cStuck_>},
+    {"i2c-stuck-hard", "", 0, 0, "bus", "a device holds SDA low whatever is clocked",
+     on<&FaultPlan::i2cStuckHard_>},
+    {"ucode-absent", "", 0, 0, "firmware", "the micro-code never runs: its mailbox commands are never taken",
+     on<&FaultPlan::ucodeAbsent_>},
+    {"ucode-refuse", "", 0, 0, "firmware", "the micro-code answers every EEPROM transaction with 0x7F",
+     on<&FaultPlan::ucodeRefuse_>},
+    {"ucode-timeout", "", 0, 0, "firmware", "the micro-code takes commands and never answers them",
+     on<&FaultPlan::ucodeTimeout_>},
+    {"eeprom-busy", "N", 1, 1, "eeprom", "the EEPROM does not acknowledge the next N transactions",
+     add<&FaultPlan::eepromBusy_>},
     {"page-status", "ADDR:STATUS[:COUNT]", 2, 3, "eeprom",
-     "transfers touching the page of ADDR answer STATUS (COUNT times)"},
-    {"bitflip", "COPY[:N]", 1, 2, "eeprom", "N seeded bit flips (default 1) in record copy 0|1|2|old"},
-    {"power-cut", "N", 1, 1, "eeprom", "after N accepted page writes the EEPROM stops changing"},
-    {"status-stuck", "0x80|0xFF", 1, 1, "firmware", "every status the board writes reads as 0x80 or 0xFF"},
-    {"uart-stuck", "", 0, 0, "firmware", "the Q7K UART never sends: its FIFO never drains"},
+     "transfers touching the page of ADDR answer STATUS (COUNT times)",
+     [](FaultPlan& plan, const Args& a)
+     {
+         plan.pageStatus_.push_back({static_cast<uint16_t>(a[0] / 64), static_cast<uint8_t>(a[1]),
+                                     a.size() > 2 ? a[2] : 0, a.size() > 2});
+     },
+     pageStatus},
+    {"bitflip", "COPY[:N]", 1, 2, "eeprom", "N seeded bit flips (default 1) in record copy 0|1|2|old",
+     [](FaultPlan& plan, const Args& a) {
+         plan.bitFlips_.push_back({a[0], a.size() > 1 ? a[1] : 1});
+     },
+     bitFlipCopy},
+    {"power-cut", "N", 1, 1, "eeprom", "after N accepted page writes the EEPROM stops changing",
+     [](FaultPlan& plan, const Args& a)
+     {
+         plan.powerCutSet_ = true;
+         plan.powerCutAfter_ = a[0];
+     }},
+    {"status-stuck", "0x80|0xFF", 1, 1, "firmware", "every status the board writes reads as 0x80 or 0xFF",
+     take<&FaultPlan::stuckStatus_>, stuckStatusValue},
+    {"uart-stuck", "", 0, 0, "firmware", "the Q7K UART never sends: its FIFO never drains",
+     on<&FaultPlan::uartStuck_>},
     {"ram-late", "N", 1, 1, "transient",
-     "the RAM check fails the host's first N probes (counted across resets)"},
-    {"bootstrap-late", "N", 1, 1, "transient",
-     "the bootstrap leaves the first N presence queries unanswered"},
-    {"write-busy", "N", 1, 1, "transient", "after each page write the EEPROM ignores N more transactions"},
-    {"reply-corrupt", "N", 1, 1, "transient", "one seeded data bit flips in each of the next N I2C replies"},
+     "the RAM check fails the host's first N probes (counted across resets)", add<&FaultPlan::ramLate_>},
+    {"bootstrap-late", "N", 1, 1, "transient", "the bootstrap leaves the first N presence queries unanswered",
+     add<&FaultPlan::bootstrapLate_>},
+    {"write-busy", "N", 1, 1, "transient", "after each page write the EEPROM ignores N more transactions",
+     add<&FaultPlan::writeBusy_>},
+    {"reply-corrupt", "N", 1, 1, "transient", "one seeded data bit flips in each of the next N I2C replies",
+     add<&FaultPlan::replyCorrupt_>},
     {"checksum-corrupt", "N", 1, 1, "transient",
-     "one seeded bit flips in the checksum of each of the next N replies with data"},
+     "one seeded bit flips in the checksum of each of the next N replies with data",
+     add<&FaultPlan::checksumCorrupt_>},
     {"status-unsettled", "N", 1, 1, "transient",
-     "the next N statuses read pending twice more after they are written"},
+     "the next N statuses read pending twice more after they are written", add<&FaultPlan::unsettled_>},
     {"status-flicker", "N", 0, 1, "transient",
-     "an answered status reads alternately 0x80 and the answer for N reads (without N: for ever)"},
+     "an answered status reads alternately 0x80 and the answer for N reads (without N: for ever)",
+     [](FaultPlan& plan, const Args& a) { plan.flickerReads_ = a.empty() ? kForever : a[0]; }},
 };
 
-const FaultInfo* findFault(const std::string& name)
+const FaultPlan::FaultInfo* FaultPlan::findFault(const std::string& name)
 {
     for (const FaultInfo& info : kFaults)
         if (name == info.name)
             return &info;
     return nullptr;
 }
+
+namespace
+{
 
 bool parseNumber(const std::string& text, uint32_t* out)
 {
@@ -71,36 +151,6 @@ bool parseNumber(const std::string& text, uint32_t* out)
     if (*end != '\0' || text[0] == '-' || value > 0xFFFFFFFFull)
         return false;
     *out = static_cast<uint32_t>(value);
-    return true;
-}
-
-bool isFailureStatus(uint32_t status)
-{
-    return status != 0 && status != 0x80 && status <= 0xFE;
-}
-
-bool checkArgs(const FaultRequest& request, std::string* error)
-{
-    auto fail = [&](const std::string& why)
-    {
-        if (error)
-            *error = "fault " + request.name + ": " + why;
-        return false;
-    };
-    const std::vector<uint32_t>& a = request.args;
-    if (request.name == "ident-fail" || request.name == "version-fail" || request.name == "wakeup-step-fail")
-        return isFailureStatus(a[0]) ? true : fail("STATUS must be a failure status (not 0, 0x80, 0xFF)");
-    if (request.name == "page-status")
-    {
-        if (a[0] >= SimServer::kEepromSize)
-            return fail("ADDR beyond the EEPROM");
-        return isFailureStatus(a[1]) ? true : fail("STATUS must be a failure status (not 0, 0x80, 0xFF)");
-    }
-    if (request.name == "bitflip" &&
-        (a[0] > FaultPlan::kOldCopy || (a.size() > 1 && (a[1] == 0 || a[1] > 64))))
-        return fail("COPY is 0, 1, 2 or old and N is 1 to 64");
-    if (request.name == "status-stuck" && a[0] != 0x80 && a[0] != 0xFF)
-        return fail("the stuck status is 0x80 or 0xFF");
     return true;
 }
 
@@ -148,8 +198,12 @@ bool FaultPlan::parse(const std::string& text, FaultRequest* out, std::string* e
                      (info->maxArgs ? " takes " + std::string(info->args) : " takes no argument");
         return false;
     }
-    if (!checkArgs(request, error))
+    if (const char* why = info->check != nullptr ? info->check(request.args) : nullptr)
+    {
+        if (error)
+            *error = "fault " + request.name + ": " + why;
         return false;
+    }
     *out = request;
     return true;
 }
@@ -182,61 +236,8 @@ FaultPlan::FaultPlan(const std::vector<FaultRequest>& faults, uint64_t seed)
       replyRng_(stream(seed, "reply-corrupt")), checksumRng_(stream(seed, "checksum-corrupt"))
 {
     for (const FaultRequest& f : faults)
-    {
-        const std::vector<uint32_t>& a = f.args;
-        if (f.name == "reset-stuck")
-            resetStuck_ = true;
-        else if (f.name == "ram-check-fail")
-            ramCheckFail_ = true;
-        else if (f.name == "bootstrap-silent")
-            bootstrapSilent_ = true;
-        else if (f.name == "ident-fail")
-            identFail_ = static_cast<uint8_t>(a[0]);
-        else if (f.name == "version-fail")
-            versionFail_ = static_cast<uint8_t>(a[0]);
-        else if (f.name == "wakeup-step-fail")
-            wakeupStepFail_ = static_cast<uint8_t>(a[0]);
-        else if (f.name == "i2c-stuck")
-            i2cStuck_ = true;
-        else if (f.name == "i2c-stuck-hard")
-            i2cStuckHard_ = true;
-        else if (f.name == "ucode-absent")
-            ucodeAbsent_ = true;
-        else if (f.name == "ucode-refuse")
-            ucodeRefuse_ = true;
-        else if (f.name == "ucode-timeout")
-            ucodeTimeout_ = true;
-        else if (f.name == "eeprom-busy")
-            eepromBusy_ += a[0];
-        else if (f.name == "page-status")
-            pageStatus_.push_back({static_cast<uint16_t>(a[0] / 64), static_cast<uint8_t>(a[1]),
-                                   a.size() > 2 ? a[2] : 0, a.size() > 2});
-        else if (f.name == "bitflip")
-            bitFlips_.push_back({a[0], a.size() > 1 ? a[1] : 1});
-        else if (f.name == "power-cut")
-        {
-            powerCutSet_ = true;
-            powerCutAfter_ = a[0];
-        }
-        else if (f.name == "status-stuck")
-            stuckStatus_ = static_cast<uint8_t>(a[0]);
-        else if (f.name == "uart-stuck")
-            uartStuck_ = true;
-        else if (f.name == "ram-late")
-            ramLate_ += a[0];
-        else if (f.name == "bootstrap-late")
-            bootstrapLate_ += a[0];
-        else if (f.name == "write-busy")
-            writeBusy_ += a[0];
-        else if (f.name == "reply-corrupt")
-            replyCorrupt_ += a[0];
-        else if (f.name == "checksum-corrupt")
-            checksumCorrupt_ += a[0];
-        else if (f.name == "status-unsettled")
-            unsettled_ += a[0];
-        else if (f.name == "status-flicker")
-            flickerReads_ = a.empty() ? kForever : a[0];
-    }
+        if (const FaultInfo* info = findFault(f.name))
+            info->apply(*this, f.args);
 }
 
 bool FaultPlan::powerCut(uint32_t* pageWrites) const

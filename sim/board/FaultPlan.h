@@ -64,6 +64,10 @@ public:
     uint32_t corruptChecksum(uint32_t checksum);
 
 private:
+    // One row per fault: its name, arguments, description and what it sets in the plan.
+    struct FaultInfo;
+    static const FaultInfo kFaults[];
+    static const FaultInfo* findFault(const std::string& name);
     static Rng stream(uint64_t seed, const char* name);
     static bool takeCount(uint32_t* remaining);
 

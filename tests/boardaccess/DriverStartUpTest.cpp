@@ -66,6 +66,23 @@ INSTANTIATE_TEST_SUITE_P(
         SModuleCase{"MissingOnHostBoard1", {"--host-board", "1", "--modules-loaded", "no"}, "9", {}, LOADED}),
     ByName);
 
+// On host board 0, a module the machine lacks stops the start-up at its driver with a status that
+// grows with the drivers opened before. Entries: ComRAM, DSP UART, genlock, timecode, manager, 0.
+TEST(KvDriverApiStartUp, AMissingModuleStopsItWithTheWeightOfTheStepsDone)
+{
+    const char* const rows[][3] = {{"0x4", "drv_timecode", "mask=0x5 board=0 status=10015 entries=000000"},
+                                   {"0x3", "drv_genlock", "mask=0x3 board=0 status=20015 entries=000100"},
+                                   {"0x6", "drv_dspuart", "mask=0x7 board=0 status=30015 entries=001100"},
+                                   {"0xD", "drv_comram", "mask=0xD board=0 status=40015 entries=010110"},
+                                   {"0xF", "drv_comram", "mask=0xF board=0 status=50015 entries=011110"}};
+    for (const auto& [mask, module, out] : rows)
+    {
+        CSimRun sim;
+        const Args fault = {"--host-board", "0", "--fault", std::string("no-module=") + module};
+        EXPECT_EQ(sim.Run(fault, {CSimRun::S_Probe, "kvapi", mask}).Out, std::string(out) + "\n");
+    }
+}
+
 using ReleaseTest = testing::TestWithParam<bool>;
 
 // Released with its devices shut down, each driver gets its shutdown request and its module is

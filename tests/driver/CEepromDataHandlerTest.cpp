@@ -92,7 +92,7 @@ struct Step
     std::vector<const char*> lines;
 };
 
-// Run in order on one unit. Its record sums to 1241 and its older record to 196. A line ending in a
+// Run in order on one unit. Its record sums to 1241 and its older record to 28. A line ending in a
 // blank leaves the rest of the line open.
 const Step STEPS[] = {
     {READ_COPY, 3, 5, "", {"Reading copy 3 ucode is not running (0000)"}},
@@ -107,8 +107,8 @@ const Step STEPS[] = {
      0,
      6,
      "",
-     {"Invalid checksum: read 197 (at offset 1) vs computed 196",
-      "Invalid checksum: read 197 (at offset 2) vs computed "}},
+     {"Invalid checksum: read 29 (at offset 1) vs computed 28",
+      "Invalid checksum: read 29 (at offset 2) vs computed "}},
     {READ, 0, 11, "100000", {}},
     // Each "%%" pair is halved by the source, then again by the record.
     {LOG, 0, 0, "plain text", {"plain text"}},

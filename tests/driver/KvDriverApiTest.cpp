@@ -43,22 +43,6 @@ TEST(KvDriverApiTest, NullHandleFormsReportNotConstructed)
     EXPECT_EQ(pIo_U8, reinterpret_cast<volatile uint8_t*>(0x5678));
 }
 
-// The DSP UART brings the timecode driver with it; both open on the simulated unit.
-TEST(KvDriverApiTest, DspUartMaskAddsTimecodeAndOpensBoth)
-{
-    KVDRIVERAPIPARAM param_X = {0x4, -7, -7};
-    KvDriverApi api(&param_X);
-    EXPECT_EQ(param_X.Mask_U32, 0x5u);
-    EXPECT_EQ(param_X.KrpcBoardType_S32, static_cast<int32_t>(GetKrpcBoardType()));
-    EXPECT_EQ(param_X.Status_S32, 0);
-    KVDRIVER_PINGUINTERFACE interface_X = {};
-    EXPECT_EQ(api.GetKvDriverInterface(&interface_X), 0);
-    EXPECT_NE(interface_X[PINGU_TIMECODE], 0u);
-    EXPECT_NE(interface_X[PINGU_DSPUART], 0u);
-    EXPECT_NE(interface_X[PINGU_CEDSPUART], 0u);
-    EXPECT_EQ(interface_X[PINGU_COMRAM], 0u);
-}
-
 TEST(ComramDriverApiTest, MappedRamIsSharedWithTheBoardAndOpenRulesHold)
 {
     ComramDriverApi* pApi = ComramDriverApi::S_GetInstance();

@@ -29,7 +29,7 @@ TEST(keyDriverTest, OnBoardPagesReadBackInBothChecksumModes)
     EXPECT_EQ(driver.GetLastStatus() >> 8, 0x01) << "a detected driver answers without probing again";
     // A spare page between the older record and copy 0.
     constexpr unsigned short SCRATCH = 3 * 64;
-    const std::vector<unsigned char> oversized(65, 0x5A);
+    std::vector<unsigned char> mailbox(32752); // one byte more than the mailbox holds
     unsigned char none[1] = {0};
     for (int checksumMode : {1, 0})
     {
@@ -46,9 +46,15 @@ TEST(keyDriverTest, OnBoardPagesReadBackInBothChecksumModes)
         }
         EXPECT_EQ(driver.EEPROMWrite(SCRATCH, 64, written), 0);
         // Refused before anything is posted: the page keeps what was written.
-        EXPECT_EQ(driver.EEPROMWrite(SCRATCH, 65, const_cast<unsigned char*>(oversized.data())), 6);
+        EXPECT_EQ(driver.EEPROMWrite(SCRATCH, 65, mailbox.data()), 6);
         EXPECT_EQ(driver.EEPROMRead(SCRATCH, 64, read), 0);
         EXPECT_EQ(memcmp(read, written, 64), 0);
     }
+    // Too much for the mailbox, or no buffer: refused unposted; what fits reaches the micro-code.
+    EXPECT_EQ(driver.I2CService(0xA4, 0, none, 32751, mailbox.data()), 7);
+    EXPECT_EQ(driver.I2CService(0xA4, 0, none, 32752, mailbox.data()), 6);
+    EXPECT_EQ(driver.I2CService(0xA4, 32752, mailbox.data(), 0, none), 6);
+    EXPECT_EQ(driver.I2CService(0xA4, 2, nullptr, 0, none), 6);
+    EXPECT_EQ(driver.I2CService(0xA4, 0, none, 1, nullptr), 6);
 }
 } // namespace

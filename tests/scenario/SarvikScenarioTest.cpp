@@ -144,8 +144,6 @@ INSTANTIATE_TEST_SUITE_P(
         SRunCase{"EmptySerialInJson", Unit("", 7), {}, {"--json"}, Json("", "KV5-4U"), Connected()},
         // The chassis names themselves are CKvFunctionality's; here only that an unnamed code
         // still prints its line.
-        SRunCase{
-            "NineCharacterSerial", Unit("123456789", 7), {}, {}, Text("123456789", "KV5-4U"), Connected()},
         SRunCase{"UnnamedChassisCode", Unit("SN123456", 4), {}, {}, Text("SN123456", ""), Connected()},
         Board("ZEBX", "Detected ZEBX board"), Board("Q5KP", "Detected Q5KP board"),
         Board("Q5KP-V", "Detected Q5KP board"), Board("Q7K", "Detected Q7K board"),

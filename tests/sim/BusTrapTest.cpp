@@ -14,14 +14,9 @@ TEST(BusTrap, LoadsStoresAndPortsReachTheBoard)
 {
     CSimRun h;
     const RunCase cases[] = {
-        {"-- PROBE board", 0, "ram8=0x5a ram16=0x1234 ram32=0xcafef00d byte1005=0xf0", "", "ev:reset,line:1"},
-        // A high-byte load, a 16-bit load and a sign-extending load from the board's RAM.
+        // Every width, a high-byte load, a 16-bit load and a sign-extending load from the board's RAM.
         {"-- PROBE board", 0,
-         "ah=0x1122f044 ax=0x1122f00d movsx=-16 ram_ready=1 presence=0 ident_status=0 ident=0xb2"},
-        {"--ident 0xC3 -- PROBE board", 0, "ram_ready=1 ident_status=0 ident=0xc3", "", "op:0x05"},
-        {"--host-board 0 -- PROBE board", 0, "ram_ready=1 ident=0xb2", "", "from:0x000,count:1024,on:1"},
-        {"--board Q7K -- PROBE q7k", 0, "area_reg0=0xd1 port_reg0=0xd1", "",
-         "ev:reg,port:0x351,value:0x00,dir:w"},
+         "ram8=0x5a ram16=0x1234 ram32=0xcafef00d byte1005=0xf0 ah=0x1122f044 ax=0x1122f00d movsx=-16"},
         // A store through the I/O area writes the port and never reads it first.
         {"--board Q7K -- PROBE iostore", 0, "", "", "port:0x351,value:0x00,dir:w|!dir:r"},
         // An instruction the bus does not emulate ends the program with its address named.

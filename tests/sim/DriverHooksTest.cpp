@@ -17,8 +17,8 @@ TEST(DriverHooks, AnswerAsTheKernelAndTheDriverDo)
 {
     CSimRun h;
     const RunCase cases[] = {
-        {"-- PROBE config", 0, "word1=0x100000 word2=0x8000 word4=0x0 word5=0x400 timecode_init=0"},
-        {"-- PROBE config", 0, "init=0 shutdown=0 bogus=-1", "",
+        {"-- PROBE config", 0,
+         "word1=0x100000 word2=0x8000 word4=0x0 word5=0x400 timecode_init=0 init=0 shutdown=0 bogus=-1", "",
          "ev:open,path:/dev/comram0|"
          "ev:ioctl,path:/dev/comram0,request:0x80206E01,result:0|"
          "ev:mmap,path:/dev/comram0,offset:0x100000,length:32768,area:comram|"

@@ -29,9 +29,6 @@ TEST(Bootstrap, EachModelAnswersItsOwnOpcodes)
         EXPECT_EQ(wakeupStep ? 0x06 : 0x00, host.command(0x90));
         EXPECT_EQ(wakeupStep ? 0x00 : 0x0F, host.command(0x92));
         EXPECT_EQ(0x00, host.command(0x90));
-        Bytes serial;
-        EXPECT_EQ(0, host.eepromRead(256 + 29, 9, &serial));
-        EXPECT_EQ("KV0012345", std::string(serial.begin(), serial.end()));
         const int known = ident < 0 ? 0x0F : 0x00;
         EXPECT_EQ(known, host.command(0x02));
         EXPECT_EQ(known, host.command(0x05, mailbox));

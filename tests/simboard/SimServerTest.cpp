@@ -15,9 +15,7 @@ TEST(SimServer, BoardAnswersInExactVirtualTime)
         {"", "w7FFD=1 t1000 w7FFD=0 t4999 m=0 t1 m=1 c01 t49999 r0001=80 t1 r0001=80 t50 r0001=00"},
         {"", "w0000=01 w0001=80 t10000 r0001=80"}, // no doorbell, no command
         {"", "p350=FF p351=FF"},                   // no register file on the I/O bus
-        {"fault=ucode-refuse", "c90 t1000 r0001=7F"},
-        // The answered status reads pending twice more.
-        {"fault=status-unsettled=1", "c01 r0001=80 t1000 r0001=80 r0001=80 r0001=00 r0001=00"}};
+        {"fault=ucode-refuse", "c90 t1000 r0001=7F"}};
     for (const auto& [options, script] : rows)
         MailboxDriver(options).run(script);
 }

@@ -42,12 +42,6 @@ int64_t monotonicUs()
     return static_cast<int64_t>(ts.tv_sec) * 1000000 + ts.tv_nsec / 1000;
 }
 
-void sleepMs(long ms)
-{
-    timespec ts{ms / 1000, (ms % 1000) * 1000000L};
-    nanosleep(&ts, nullptr);
-}
-
 bool exists(const char* path)
 {
     return access(path, F_OK) == 0;
@@ -87,33 +81,17 @@ bool openDriver(Driver* d)
     return true;
 }
 
-// Posts one command through the command zone and waits for its status; -1 on a timeout.
-int command(volatile uint8_t* ram, uint8_t opcode, long timeoutMs)
-{
-    ram[0x0000] = opcode;
-    ram[0x0001] = 0x80;
-    ram[0x7FFF] = 1;
-    const int64_t start = monotonicUs() / 1000;
-    while (ram[0x0001] == 0x80)
-    {
-        if (monotonicUs() / 1000 - start > timeoutMs)
-            return -1;
-        sleepMs(1);
-    }
-    return ram[0x0001];
-}
-
+// RAM as bytes, words and double words, read back in every width; loads into narrow registers
+// keep the rest of the register, as on the processor.
 int board(const Driver& d)
 {
     volatile uint8_t* ram = d.comram;
-    // RAM as bytes, words and double words, read back in every width.
     ram[0x1000] = 0x5A;
     *reinterpret_cast<volatile uint16_t*>(ram + 0x1002) = 0x1234;
     *reinterpret_cast<volatile uint32_t*>(ram + 0x1004) = 0xCAFEF00D;
     std::printf("ram8=0x%02x ram16=0x%04x ram32=0x%08x byte1005=0x%02x\n", ram[0x1000],
                 *reinterpret_cast<volatile uint16_t*>(ram + 0x1002),
                 *reinterpret_cast<volatile uint32_t*>(ram + 0x1004), ram[0x1005]);
-    // Loads into narrow registers keep the rest of the register, as on the processor.
     uint32_t highByte = 0x11223344;
     uint32_t lowWord = 0x11223344;
     int32_t signedByte = 0;
@@ -122,37 +100,6 @@ int board(const Driver& d)
     asm volatile("movw (%1), %w0" : "+r"(lowWord) : "r"(at) : "memory");
     asm volatile("movsbl 1(%1), %0" : "=r"(signedByte) : "r"(at) : "memory");
     std::printf("ah=0x%08x ax=0x%08x movsx=%d\n", highByte, lowWord, signedByte);
-    // Reset pulse, then wait for the dual-port RAM to hold what is written.
-    ram[0x7FFD] = 1;
-    ram[0x7FFD] = 0;
-    const int64_t start = monotonicUs() / 1000;
-    int ramReady = 0;
-    while (!ramReady && monotonicUs() / 1000 - start < 10000)
-    {
-        ram[0x2000] = 0xA5;
-        ramReady = ram[0x2000] == 0xA5;
-        if (!ramReady)
-            sleepMs(1);
-    }
-    std::printf("ram_ready=%d\n", ramReady);
-    std::printf("presence=%d\n", command(ram, 0x01, 20000));
-    const int identStatus = command(ram, 0x05, 20000);
-    std::printf("ident_status=%d ident=0x%02x\n", identStatus, ram[0x0004]);
-    return 0;
-}
-
-int q7kRegisters(const Driver& d)
-{
-    int viaArea = -1;
-    if (d.io != nullptr)
-    {
-        d.io[0x351] = 0;
-        viaArea = d.io[0x350];
-    }
-    ioperm(0x350, 2, 1);
-    outb(0, 0x351);
-    const int viaPorts = inb(0x350);
-    std::printf("area_reg0=0x%02x port_reg0=0x%02x\n", viaArea & 0xFF, viaPorts);
     return 0;
 }
 
@@ -226,8 +173,8 @@ int portCalls()
 int usage()
 {
     std::fprintf(stderr, "usage: sim-probe exit N | kill SIG | syslog IDENT TEXT | sleep MS | date | nodes |"
-                         " modprobe CMD | config | board | q7k | inb PORT | mmap ... | ports |"
-                         " unknown | iostore | toolbox [--type N] OP...\n");
+                         " modprobe CMD | config | board | inb PORT | mmap ... | ports |"
+                         " unknown | iostore | kvapi MASK | toolbox [--type N] OP...\n");
     return 2;
 }
 
@@ -357,8 +304,6 @@ int toolbox(int argc, char** argv)
             const uint32_t readCount = next();
             const bool buffers = op == "i2c";
             std::string written(buffers ? (writeCount & 0xFFFF) : 0, '\0');
-            for (size_t i = 1; i < written.size(); ++i)
-                written[i] = static_cast<char>(i * 7 + 1);
             std::string read(buffers ? (readCount & 0xFFFF) : 0, '\xEE');
             put(prefix, "result",
                 box->I2CService(0xA0, writeCount, buffers ? reinterpret_cast<uint8_t*>(&written[0]) : nullptr,
@@ -461,7 +406,9 @@ int main(int argc, char** argv)
     {
         const int64_t before = monotonicUs() / 1000;
         const uint64_t tscBefore = __rdtsc();
-        sleepMs(std::atol(arg));
+        const long ms = std::atol(arg);
+        const timespec span{ms / 1000, (ms % 1000) * 1000000L};
+        nanosleep(&span, nullptr);
         const uint64_t tscTicks = __rdtsc() - tscBefore;
         std::printf("virtual_ms=%lld tsc_ms=%llu\n", static_cast<long long>(monotonicUs() / 1000 - before),
                     static_cast<unsigned long long>(tscTicks / 1000000));
@@ -490,6 +437,18 @@ int main(int argc, char** argv)
     }
     if (mode == "toolbox")
         return toolbox(argc, argv);
+    if (mode == "kvapi")
+    {
+        // The corrected mask, the host board, the status and which interface entries are set.
+        KVDRIVERAPIPARAM param = {number(arg), -1, -1};
+        KvDriverApi api(&param);
+        KVDRIVER_PINGUINTERFACE entries = {1, 1, 1, 1, 1, 1};
+        api.GetKvDriverInterface(&entries);
+        std::printf("mask=0x%X board=%d status=%d entries=%d%d%d%d%d%d\n", param.Mask_U32,
+                    param.KrpcBoardType_S32, param.Status_S32, entries[0] != 0, entries[1] != 0,
+                    entries[2] != 0, entries[3] != 0, entries[4] != 0, entries[5] != 0);
+        return 0;
+    }
     if (mode == "mmap")
         return mapRequest(argc, argv);
     if (mode == "ports")
@@ -503,8 +462,6 @@ int main(int argc, char** argv)
         return config(d);
     if (mode == "board")
         return board(d);
-    if (mode == "q7k")
-        return q7kRegisters(d);
     if (mode == "unknown")
     {
         // An x87 store of the control word: no access the product makes.

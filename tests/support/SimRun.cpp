@@ -205,9 +205,9 @@ SSimResult CSimRun::Wait(pid_t pid)
     return result;
 }
 
-SSimResult CSimRun::Run(const Args& options, const Args& command, int stdinFd)
+SSimResult CSimRun::Run(const Args& options, const Args& command)
 {
-    return Wait(Start(options, command, stdinFd));
+    return Wait(Start(options, command));
 }
 
 SSimResult CSimRun::Tool(const Args& options, const Args& toolArgs)

@@ -65,11 +65,11 @@ public:
 
     // "sarvik-sim image make ARGS" into a new file of the folder; its path, empty on failure.
     std::string Image(const Args& makeArgs);
-    // sarvik-sim --root --trace --syslog OPTIONS -- COMMAND in reproducible virtual time; standard
-    // input from stdinFd (-1: /dev/null).
-    SSimResult Run(const Args& options, const Args& command, int stdinFd = -1);
+    // sarvik-sim --root --trace --syslog OPTIONS -- COMMAND in reproducible virtual time, standard
+    // input from /dev/null.
+    SSimResult Run(const Args& options, const Args& command);
     SSimResult Tool(const Args& options, const Args& toolArgs = {});
-    // As Run, without waiting.
+    // As Run, without waiting, standard input from stdinFd (-1: /dev/null).
     pid_t Start(const Args& options, const Args& command, int stdinFd = -1,
                 ETerminal terminal = ETerminal::NONE);
     SSimResult Wait(pid_t pid);

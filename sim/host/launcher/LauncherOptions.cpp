@@ -1,6 +1,7 @@
 #include "LauncherOptions.h"
 
 #include "DateText.h"
+#include "DriverNodes.h"
 #include "SimServer.h"
 
 #include <cstdlib>
@@ -12,6 +13,7 @@ namespace simhost
 namespace
 {
 const char* const kNoDrivers = "no-drivers";
+const std::string kNoModule = "no-module=";
 
 bool parseSpeed(const std::string& text, double* speed)
 {
@@ -28,7 +30,8 @@ bool parseSpeed(const std::string& text, double* speed)
 std::vector<std::string> LauncherOptions::hostFaultNames()
 {
     return {std::string(kNoDrivers) +
-            ": a machine without the codec board: no driver nodes at all, and modprobe fails"};
+                ": a machine without the codec board: no driver nodes at all, and modprobe fails",
+            kNoModule + "MODULE: a machine without that driver module: no node, and modprobe MODULE fails"};
 }
 
 bool LauncherOptions::parse(int argc, char** argv, std::string* error)
@@ -72,6 +75,16 @@ bool LauncherOptions::parse(int argc, char** argv, std::string* error)
         }
         else if (arg == "--fault" && value == kNoDrivers)
             noDrivers = true;
+        else if (arg == "--fault" && value.rfind(kNoModule, 0) == 0)
+        {
+            const std::string module = value.substr(kNoModule.size());
+            if (DriverNodes::nodeOf(module).empty())
+            {
+                *error = "--fault " + value + ": not a module of the server's drivers";
+                return false;
+            }
+            missingModules += " " + module + " ";
+        }
         else if (arg == "--fault")
         {
             if (!check.apply("fault", value, &why))

@@ -22,6 +22,7 @@ struct LauncherOptions
     int hostBoard = 1;
     bool modulesLoaded = true;
     bool noDrivers = false;
+    std::string missingModules; // " drv_a drv_b ": modules the machine does not have
     bool pty = false;
     bool help = false;
     std::vector<std::string> command;

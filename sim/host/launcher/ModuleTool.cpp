@@ -1,5 +1,6 @@
 #include "ModuleTool.h"
 
+#include "DriverNodes.h"
 #include "RunConfig.h"
 #include "TraceFile.h"
 #include "TraceJson.h"
@@ -74,21 +75,6 @@ void report(bool toSyslog, const char* ident, const std::string& text)
 }
 } // namespace
 
-std::string ModuleTool::nodeOf(const std::string& module)
-{
-    if (module == "drv_comram")
-        return "comram0";
-    if (module == "drv_timecode")
-        return "timecode0";
-    if (module == "drv_genlock")
-        return "genlock0";
-    if (module == "drv_dspuart")
-        return "dspuart0";
-    if (module == "drv_zeb")
-        return "zeb0";
-    return "";
-}
-
 bool ModuleTool::makeNode(const std::string& path, std::string* error)
 {
     std::ofstream file(path);
@@ -103,7 +89,7 @@ bool ModuleTool::makeNode(const std::string& path, std::string* error)
 bool ModuleTool::load(const std::string& runDir, const std::string& module, std::string* error)
 {
     return makeNode(runDir + "/modules/" + module, error) &&
-           makeNode(runDir + "/dev/" + nodeOf(module), error);
+           makeNode(runDir + "/dev/" + DriverNodes::nodeOf(module), error);
 }
 
 int ModuleTool::run(int argc, char** argv)
@@ -140,7 +126,8 @@ int ModuleTool::modprobe(const std::string& runDir, int argc, char** argv)
         report(toSyslog, "modprobe", "ERROR: missing module name.");
         status = 1;
     }
-    else if (config.getInt("no_drivers", 0) != 0 || nodeOf(module).empty())
+    else if (config.getInt("no_drivers", 0) != 0 || DriverNodes::nodeOf(module).empty() ||
+             config.get("missing_modules").find(" " + module + " ") != std::string::npos)
     {
         struct utsname uts
         {
@@ -176,7 +163,7 @@ int ModuleTool::rmmod(const std::string& runDir, int argc, char** argv)
     else
     {
         unlink((runDir + "/modules/" + module).c_str());
-        unlink((runDir + "/dev/" + nodeOf(module)).c_str());
+        unlink((runDir + "/dev/" + DriverNodes::nodeOf(module)).c_str());
     }
     traceCall(config, "rmmod", module, status);
     return status;

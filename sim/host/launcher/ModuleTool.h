@@ -22,8 +22,6 @@ public:
 private:
     static int modprobe(const std::string& runDir, int argc, char** argv);
     static int rmmod(const std::string& runDir, int argc, char** argv);
-    // The node a module's driver creates ("comram0"), empty for unknown modules.
-    static std::string nodeOf(const std::string& module);
 };
 
 } // namespace simhost

@@ -111,6 +111,7 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
     }
     config.set("host_board", std::to_string(options.hostBoard));
     config.set("no_drivers", options.noDrivers ? "1" : "0");
+    config.set("missing_modules", options.missingModules);
     config.set("trace", options.trace);
     config.set("eeprom", eepromPath());
     if (!config.save(path_))
@@ -123,8 +124,9 @@ bool RunDirectory::create(const LauncherOptions& options, const std::string& sel
         return false;
     if (options.modulesLoaded && !options.noDrivers)
     {
-        for (const char* module : {"drv_comram", "drv_timecode"})
-            if (!ModuleTool::load(path_, module, error))
+        for (const std::string module : {"drv_comram", "drv_timecode"})
+            if (options.missingModules.find(" " + module + " ") == std::string::npos &&
+                !ModuleTool::load(path_, module, error))
                 return false;
     }
     return true;

@@ -22,6 +22,7 @@ using sim::TraceJson;
 using simhost::AreaKind;
 using simhost::Device;
 using simhost::DeviceTable;
+using simhost::DriverNodes;
 using simhost::Interposer;
 using simhost::MapRequest;
 using simhost::RealCalls;
@@ -30,9 +31,6 @@ namespace
 {
 
 constexpr unsigned long kComramConfig = 0x80206E01;
-constexpr unsigned long kComramInit = 0x40046E10;
-constexpr unsigned long kComramShutdown = 0x40046E12;
-constexpr unsigned long kTimecodeInit = 0x40046B10;
 
 // open's third argument exists only when the call may create a file.
 mode_t modeArgument(int flags, va_list args)
@@ -50,7 +48,7 @@ Interposer* runInterposer()
 int noteOpen(const char* path, int fd)
 {
     Interposer* ip = runInterposer();
-    const Device device = DeviceTable::fromPath(path);
+    const Device device = DriverNodes::fromPath(path);
     if (ip == nullptr || device == Device::None)
         return fd;
     const int savedErrno = errno;
@@ -85,7 +83,7 @@ int fail(int error)
 int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, void* arg)
 {
     TraceJson line(ip.nowNs(), "ioctl");
-    line.str("path", DeviceTable::name(device)).hex("request", static_cast<uint32_t>(request), 8);
+    line.str("path", DriverNodes::path(device)).hex("request", static_cast<uint32_t>(request), 8);
     int result = 0;
     int error = 0;
     if (device == Device::Comram && request == kComramConfig)
@@ -100,8 +98,7 @@ int deviceIoctl(Interposer& ip, int fd, Device device, unsigned long request, vo
                               0};
         std::memcpy(arg, record, sizeof record);
     }
-    else if ((device == Device::Comram && (request == kComramInit || request == kComramShutdown)) ||
-             (device == Device::Timecode && request == kTimecodeInit))
+    else if (DriverNodes::acceptsIoctl(device, request))
     {
         uint32_t value = 0;
         std::memcpy(&value, arg, sizeof value);
@@ -132,7 +129,7 @@ void* deviceMmap(Interposer& ip, Device device, void* address, size_t length, in
                  int64_t offset)
 {
     TraceJson line(ip.nowNs(), "mmap");
-    line.str("path", DeviceTable::name(device))
+    line.str("path", DriverNodes::path(device))
         .hex("offset", static_cast<uint32_t>(offset), 6)
         .snum("length", length);
     simhost::AreaRequest request;
@@ -254,7 +251,7 @@ extern "C"
         {
             const int savedErrno = errno;
             TraceJson line(ip->nowNs(), "close");
-            line.str("path", DeviceTable::name(device)).snum("fd", fd);
+            line.str("path", DriverNodes::path(device)).snum("fd", fd);
             ip->trace(line);
             errno = savedErrno;
         }
