@@ -94,7 +94,18 @@ TEST(WakeUpQ7KTest, StuckUartGivesUpEachTransmitAfterASecond)
     const SSimResult run = ToolboxRun({"--board", "Q7K", "--fault", "uart-stuck"}, {"wakeup", "3"});
     EXPECT_EQ(run.Value("0.result"), "0");
     EXPECT_TRUE(run.Events("psu").empty());
-    EXPECT_EQ(run.Value("0.us"), "14562050");
+    EXPECT_EQ(run.Value("0.us"), "14506183");
+}
+
+// A micro-code that never starts: five power cycles of 30 handshakes, each given up just after
+// 1.001 s, then code 1.
+TEST(WakeUpQ7KTest, SilentBoardFailsAfterFivePowerCyclesOfThirtyHandshakes)
+{
+    const SSimResult run =
+        ToolboxRun({"--board", "Q7K", "--timing", "q7k-boot=1000000000"}, {"q7kown", "wakeup", "3"});
+    EXPECT_EQ(run.Value("1.result"), "1");
+    EXPECT_EQ(run.Events("psu").size(), 10u);
+    EXPECT_EQ(run.Value("1.us"), "202666670");
 }
 
 struct SAttemptCase
@@ -260,7 +271,7 @@ TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
     std::vector<int64_t> widths;
     for (size_t i = 1; i < times.size(); ++i)
         widths.push_back(times[i] - times[i - 1]);
-    EXPECT_EQ(widths, (std::vector<int64_t>{10499, 10500, 10500, 111680}));
+    EXPECT_EQ(widths, (std::vector<int64_t>{10499, 10500, 10500, 101052}));
     EXPECT_EQ(run.Events("reset")[3]["line"], 0);
 }
 
@@ -297,15 +308,15 @@ INSTANTIATE_TEST_SUITE_P(
     Waits, DeadlineTest,
     testing::Values(
         // The RAM check probes 101 times over 10 s: the 101st probe still counts.
-        SDeadlineCase{"ram_on_the_last_probe", "ram-late=100", {"dpram", "10"}, "1", 10961439},
-        SDeadlineCase{"ram_never", "ram-late=101", {"dpram", "10"}, "0", 11086545},
+        SDeadlineCase{"ram_on_the_last_probe", "ram-late=100", {"dpram", "10"}, "1", 10087915},
+        SDeadlineCase{"ram_never", "ram-late=101", {"dpram", "10"}, "0", 10189961},
         // The stable pair reads pending, the confirming read the answer: taken on the next pass.
         SDeadlineCase{"unsettled_taken_next_pass", "status-unsettled=2", PRESENCE, "0", 65},
         // Still being written at the deadline: a bounded number of late reads, then taken...
         SDeadlineCase{"settles_after_deadline", "status-flicker=2000", PRESENCE_1MS, "0", 2561},
         // ...or the command times out.
         SDeadlineCase{"never_settles", "status-flicker=8000", PRESENCE_1MS, TIMEOUT.c_str(), 6006},
-        SDeadlineCase{"stuck_pending", "status-stuck=0x80", STUCK, TIMEOUT.c_str(), 340738},
-        SDeadlineCase{"stuck_busy", "status-stuck=0xFF", STUCK, TIMEOUT.c_str(), 350788}),
+        SDeadlineCase{"stuck_pending", "status-stuck=0x80", STUCK, TIMEOUT.c_str(), 303193},
+        SDeadlineCase{"stuck_busy", "status-stuck=0xFF", STUCK, TIMEOUT.c_str(), 304242}),
     ByName);
 } // namespace

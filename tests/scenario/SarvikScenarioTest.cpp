@@ -155,6 +155,29 @@ INSTANTIATE_TEST_SUITE_P(
         SRunCase{"FailedRewrite", UNIT, LAST_PAGE_FAILS, {}, "", ReadFailed("0x201")}),
     [](const testing::TestParamInfo<SRunCase>& info) { return info.param.Name; });
 
+// Rewrites bytes of the copies and fixes their checksums, as a unit programmed with them.
+void PatchCopies(const std::string& path, uint32_t offset, const std::vector<uint8_t>& bytes,
+                 const std::vector<uint32_t>& copies = {0, 1, 2})
+{
+    std::vector<uint8_t> image = CSimRun::ReadBytes(path);
+    ASSERT_GE(image.size(), CopyAddress(2) + RECORD_SIZE);
+    for (uint32_t copy : copies)
+    {
+        uint8_t* record = &image[CopyAddress(copy)];
+        memcpy(record + offset, bytes.data(), bytes.size());
+        uint32_t sum = 1;
+        for (uint32_t i = 0; i < 1216; i++)
+        {
+            sum += record[i];
+        }
+        for (uint32_t i = 0; i < 4; i++)
+        {
+            record[1216 + i] = static_cast<uint8_t>(sum >> (8 * i));
+        }
+    }
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(image.data()), image.size());
+}
+
 // ---------------------------------------------------------------------------------------------
 // The three copies and the older record: which copy becomes the record, which one is rewritten,
 // what is printed, run after run until the unit has healed.
@@ -186,6 +209,8 @@ TEST_P(CopyRepair, ReadsTheFirstGoodCopyAndRewritesTheFirstDamagedOnePerRun)
     }
     const std::string image = sim.Image(Copies(copies, c.OldGood));
     ASSERT_FALSE(image.empty());
+    if (c.Copies[2] != 'B')
+        PatchCopies(image, 9, {'Z'}, {2}); // copy 2 differs from copy 1 in a field nothing prints
     for (const std::string& expected : c.Runs)
     {
         SCOPED_TRACE(expected);
@@ -218,28 +243,6 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---------------------------------------------------------------------------------------------
 // Runs whose checks need the image itself.
-
-// Rewrites bytes of the three copies and fixes their checksums, as a unit programmed with them.
-void PatchCopies(const std::string& path, uint32_t offset, const std::vector<uint8_t>& bytes)
-{
-    std::vector<uint8_t> image = CSimRun::ReadBytes(path);
-    ASSERT_GE(image.size(), CopyAddress(2) + RECORD_SIZE);
-    for (uint32_t copy = 0; copy < 3; copy++)
-    {
-        uint8_t* record = &image[CopyAddress(copy)];
-        memcpy(record + offset, bytes.data(), bytes.size());
-        uint32_t sum = 1;
-        for (uint32_t i = 0; i < 1216; i++)
-        {
-            sum += record[i];
-        }
-        for (uint32_t i = 0; i < 4; i++)
-        {
-            record[1216 + i] = static_cast<uint8_t>(sum >> (8 * i));
-        }
-    }
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(image.data()), image.size());
-}
 
 TEST(SerialNumber, NineCharactersRunOnIntoTheFollowingBytesOfTheRecord)
 {
@@ -274,23 +277,25 @@ TEST(OlderLayout, OnlyOlderRecordIsConvertedIntoCopyZeroOnEveryRun)
     }
 }
 
-// A busy page (status 3 or 4) is taken as read and not retried: its bytes are missing, so that
-// copy fails its checksum and is repaired from the next one.
+// A busy page (status 3 or 4) is taken as read and not retried: the last page's bytes, with the
+// checksum, are missing, so that copy fails its checksum (rather than its attempt, which a second
+// attempt would pass) and is repaired from the next one.
 TEST(BusyEeprom, BusyPageIsAcceptedUnreadAndTheCopyRepaired)
 {
+    const uint32_t lastPage = CopyAddress(0) + 19 * PAGE_SIZE;
     for (int status : {3, 4})
     {
         SCOPED_TRACE("status " + std::to_string(status));
         CSimRun sim;
         const std::string image = sim.Image(UNIT);
         const std::vector<uint8_t> original = CSimRun::ReadBytes(image);
-        const SSimResult run = RunTool(sim, image, PageFault(CopyAddress(0), std::to_string(status) + ":1"));
+        const SSimResult run = RunTool(sim, image, PageFault(lastPage, std::to_string(status) + ":1"));
         EXPECT_EQ(run.Out, "");
         EXPECT_EQ(run.Log(), ReadFailed("0x200"));
         EXPECT_EQ(CSimRun::ReadBytes(image), original) << "copy 0 is rewritten with the same record";
         size_t reads = 0;
         for (const Json::Value& event : run.Events("i2c"))
-            reads += event["wr"] == 2 && event["mem"] == "0x0100";
+            reads += event["wr"] == 2 && TraceNumber(event, "mem") == lastPage;
         EXPECT_EQ(reads, 1u) << "the busy page was retried";
         EXPECT_EQ(RunTool(sim, image, {}).Out, TEXT);
     }
