@@ -99,10 +99,16 @@ TEST(StartUpConsole, TerminalIsRawWhileTheToolRunsAndComesBackAfterIt)
         ASSERT_FALSE(IsRaw(before));
         const int fifo = StallSwitchLog(sim.Root() + "/data/log/QXK_Switch.log");
         ASSERT_GE(fifo, 0);
-        // Closed at the end, or after a failed check: the stalled tool then runs to its end.
-        const std::shared_ptr<void> closer(nullptr, [fifo](void*) { close(fifo); });
-
         const pid_t started = sim.Start({}, {CSimRun::S_Tool}, pty.slave, terminal);
+        // A failed check must not leave the stalled tool behind (it holds the FIFO open too).
+        const std::shared_ptr<void> reaper(nullptr,
+                                           [started, fifo](void*)
+                                           {
+                                               if (waitpid(started, nullptr, WNOHANG) == 0 &&
+                                                   kill(started, SIGTERM) == 0)
+                                                   waitpid(started, nullptr, 0);
+                                               close(fifo);
+                                           });
         ASSERT_TRUE(WaitFor([&] { return IsRaw(pty.Settings()); })) << "no echo, keys one by one, no SIGINT";
         // A key is readable at once, without a newline, and is not echoed back.
         ASSERT_EQ(write(pty.master, "k", 1), 1);
