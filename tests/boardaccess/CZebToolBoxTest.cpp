@@ -6,8 +6,6 @@
 
 namespace
 {
-const std::string TIMEOUT = "4294967295";
-
 // Times the reset line was asserted: each attempt's reset pulse asserts it twice.
 size_t ResetAsserts(const SSimResult& run)
 {
@@ -85,16 +83,6 @@ TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
     EXPECT_EQ(states, (Args{"off", "on"}));
     EXPECT_TRUE(run.Events("reset").empty());
     EXPECT_EQ(run.Value("0.us"), "11502258");
-}
-
-// The escape sequence and both switch commands each wait for the FIFO in vain for just over a
-// second; the board, never switched off, then answers the first handshake.
-TEST(WakeUpQ7KTest, StuckUartGivesUpEachTransmitAfterASecond)
-{
-    const SSimResult run = ToolboxRun({"--board", "Q7K", "--fault", "uart-stuck"}, {"wakeup", "3"});
-    EXPECT_EQ(run.Value("0.result"), "0");
-    EXPECT_TRUE(run.Events("psu").empty());
-    EXPECT_EQ(run.Value("0.us"), "14562050");
 }
 
 struct SAttemptCase
@@ -239,13 +227,6 @@ TEST(I2CServiceTest, EmptyAndOversizedCountsArePostedAsTheirLow16Bits)
     EXPECT_EQ(run.Value("1.result"), std::to_string(TraceNumbers(run.Events("i2c"), "status")[1]));
 }
 
-TEST(I2CServiceTest, FailedTransferLeavesTheReadBufferAsItWas)
-{
-    const SSimResult run = ToolboxRun({"--board", "Q5K", "--fault", "i2c-stuck-hard"}, {"i2c", "2", "4"});
-    EXPECT_NE(run.Value("0.result"), "0");
-    EXPECT_EQ(run.Value("0.read"), "EEEEEEEE");
-}
-
 // Virtual time is exact: each wait is the counter's busy-wait of its span, the last read landing
 // past it by at most a sixteenth, so each width is a fixed figure.
 TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
@@ -264,48 +245,4 @@ TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
     EXPECT_EQ(run.Events("reset")[3]["line"], 0);
 }
 
-struct SDeadlineCase
-{
-    const char* Name;
-    const char* Fault;
-    Args Ops; // after a reset; the last one is the operation timed
-    const char* Result;
-    int64_t Us;
-};
-
-using DeadlineTest = testing::TestWithParam<SDeadlineCase>;
-
-TEST_P(DeadlineTest, EndsWithItsResultAtItsTime)
-{
-    const SDeadlineCase& c = GetParam();
-    Args ops = {"reset"};
-    ops.insert(ops.end(), c.Ops.begin(), c.Ops.end());
-    const SSimResult run = ToolboxRun({"--board", "Q5K", "--fault", c.Fault}, ops);
-    size_t last = 0;
-    for (const std::string& op : ops)
-        last += op.find_first_not_of("0123456789x") != std::string::npos;
-    const std::string key = std::to_string(last - 1);
-    EXPECT_EQ(run.Value(key + ".result"), c.Result) << run.Out;
-    EXPECT_EQ(run.Value(key + ".us"), std::to_string(c.Us));
-}
-
-const Args PRESENCE = {"dpram", "10", "bootstrap", "20", "exec", "0x01", "1000", "0", "0"};
-const Args PRESENCE_1MS = {"dpram", "10", "bootstrap", "20", "exec", "0x01", "1", "0", "0"};
-const Args STUCK = {"dpram", "10", "exec", "0x01", "300", "0", "0"};
-
-INSTANTIATE_TEST_SUITE_P(
-    Waits, DeadlineTest,
-    testing::Values(
-        // The RAM check probes 101 times over 10 s: the 101st probe still counts.
-        SDeadlineCase{"ram_on_the_last_probe", "ram-late=100", {"dpram", "10"}, "1", 10961439},
-        SDeadlineCase{"ram_never", "ram-late=101", {"dpram", "10"}, "0", 11086545},
-        // The stable pair reads pending, the confirming read the answer: taken on the next pass.
-        SDeadlineCase{"unsettled_taken_next_pass", "status-unsettled=2", PRESENCE, "0", 65},
-        // Still being written at the deadline: a bounded number of late reads, then taken...
-        SDeadlineCase{"settles_after_deadline", "status-flicker=2000", PRESENCE_1MS, "0", 2561},
-        // ...or the command times out.
-        SDeadlineCase{"never_settles", "status-flicker=8000", PRESENCE_1MS, TIMEOUT.c_str(), 6006},
-        SDeadlineCase{"stuck_pending", "status-stuck=0x80", STUCK, TIMEOUT.c_str(), 340738},
-        SDeadlineCase{"stuck_busy", "status-stuck=0xFF", STUCK, TIMEOUT.c_str(), 350788}),
-    ByName);
 } // namespace

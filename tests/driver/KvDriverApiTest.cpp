@@ -29,20 +29,6 @@ TEST(KvDriverApiTest, MaskNineOpensComramAndTimecodeOnlyAndIsCreatedOnce)
     EXPECT_EQ(KvDriverApi::S_GetInstance(0), nullptr);
 }
 
-TEST(KvDriverApiTest, NullHandleFormsReportNotConstructed)
-{
-    KVDRIVER_PINGUINTERFACE interface_X = {1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(KvDriverApi::S_GetKvDriverInterface(nullptr, &interface_X), 9);
-    EXPECT_EQ(interface_X[0], 1u);
-    EXPECT_EQ(KvDriverApi::S_KrpcBoardType(nullptr), 9);
-    _MMAP_COMRAM volatile* pComram_X = reinterpret_cast<_MMAP_COMRAM volatile*>(0x1234);
-    volatile uint8_t* pIo_U8 = reinterpret_cast<volatile uint8_t*>(0x5678);
-    EXPECT_EQ(ComramDriverApi::GetComramPointer(uintptr_t{0}, 0, &pComram_X), 9);
-    EXPECT_EQ(ComramDriverApi::GetBaseIsaIoPointer(uintptr_t{0}, 0, &pIo_U8), 9);
-    EXPECT_EQ(pComram_X, reinterpret_cast<_MMAP_COMRAM volatile*>(0x1234));
-    EXPECT_EQ(pIo_U8, reinterpret_cast<volatile uint8_t*>(0x5678));
-}
-
 TEST(ComramDriverApiTest, MappedRamIsSharedWithTheBoardAndOpenRulesHold)
 {
     ComramDriverApi* pApi = ComramDriverApi::S_GetInstance();

@@ -1,0 +1,84 @@
+// What sim-probe prints after the start-up and toolbox operations, the driver start-up with a
+// mask and the interrupt thread raised by a fresh module load: one fresh simulated server a row.
+#include "ToolboxRun.h"
+
+#include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
+
+namespace
+{
+Args Words(const char* text)
+{
+    std::istringstream in(text);
+    return Args(std::istream_iterator<std::string>(in), std::istream_iterator<std::string>());
+}
+
+struct SValuesCase
+{
+    const char* Name;
+    const char* Options; // sarvik-sim's
+    const char* Probe;   // sim-probe's arguments
+    const char* Values;  // key=value words its output holds
+};
+
+using ProbeValuesTest = testing::TestWithParam<SValuesCase>;
+
+TEST_P(ProbeValuesTest, PrintsWhatTheRowExpects)
+{
+    const SValuesCase& c = GetParam();
+    CSimRun sim;
+    Args command = Words(c.Probe);
+    command.insert(command.begin(), CSimRun::S_Probe);
+    const SSimResult run = sim.Run(Words(c.Options), command);
+    ASSERT_EQ(run.Status, 0) << run.Out << run.Err;
+    for (const std::string& word : Words(c.Values))
+        EXPECT_EQ(word.substr(0, word.find('=') + 1) + run.Value(word.substr(0, word.find('='))), word);
+}
+
+const char* const PRESENCE = "toolbox reset dpram 10 bootstrap 20 exec 0x01 1000 0 0";
+const char* const PRESENCE_1MS = "toolbox reset dpram 10 bootstrap 20 exec 0x01 1 0 0";
+const char* const STUCK = "toolbox reset dpram 10 exec 0x01 300 0 0";
+#define KV_API "--host-board 0 --fault no-module="
+
+const SValuesCase ROWS[] = {
+    // Each wait ends with its result at its time in virtual time. The RAM check probes 101
+    // times over 10 s: the 101st probe still counts.
+    {"ram_on_the_last_probe", "--fault ram-late=100", "toolbox reset dpram 10", "1.result=1 1.us=10961439"},
+    {"ram_never", "--fault ram-late=101", "toolbox reset dpram 10", "1.result=0 1.us=11086545"},
+    // The stable pair reads pending, the confirming read the answer: taken on the next pass.
+    {"unsettled_taken_next_pass", "--fault status-unsettled=2", PRESENCE, "3.result=0 3.us=65"},
+    // Still being written at the deadline: a bounded number of late reads, then taken...
+    {"settles_after_deadline", "--fault status-flicker=2000", PRESENCE_1MS, "3.result=0 3.us=2561"},
+    // ...or the command times out.
+    {"never_settles", "--fault status-flicker=8000", PRESENCE_1MS, "3.result=4294967295 3.us=6006"},
+    {"stuck_pending", "--fault status-stuck=0x80", STUCK, "2.result=4294967295 2.us=340738"},
+    {"stuck_busy", "--fault status-stuck=0xFF", STUCK, "2.result=4294967295 2.us=350788"},
+    // The escape sequence and both switch commands each wait for the FIFO in vain for just
+    // over a second; the board, never switched off, then answers the first handshake.
+    {"q7k_stuck_uart", "--board Q7K --fault uart-stuck", "toolbox wakeup 3", "0.result=0 0.us=14562050"},
+    {"failed_i2c_keeps_buffer", "--fault i2c-stuck-hard", "toolbox i2c 2 4", "0.result=8 0.read=EEEEEEEE"},
+    // On host board 0, a module the machine lacks stops the start-up at its driver with a
+    // status that grows with the drivers opened before. Entries: ComRAM, DSP UART, genlock,
+    // timecode, manager, 0.
+    {"kv_no_timecode", KV_API "drv_timecode", "kvapi 0x4", "mask=0x5 board=0 status=10015 entries=000000"},
+    {"kv_no_genlock", KV_API "drv_genlock", "kvapi 0x3", "mask=0x3 board=0 status=20015 entries=000100"},
+    {"kv_no_dspuart", KV_API "drv_dspuart", "kvapi 0x6", "mask=0x7 board=0 status=30015 entries=001100"},
+    {"kv_no_comram", KV_API "drv_comram", "kvapi 0xD", "mask=0xD board=0 status=40015 entries=010110"},
+    {"kv_no_comram_all", KV_API "drv_comram", "kvapi 0xF", "mask=0xF board=0 status=50015 entries=011110"},
+    // Without the board's drivers every call reports a status and nothing is touched; the type
+    // stays "not identified" (register 0 reads as a floating bus), 0xA5A5A5A5 is not replaced.
+    {"no_drivers", "--fault no-drivers",
+     "toolbox wakeup 3 q7kregs exec 0x01 1000 0 0 bsread 0xF0000A44 q7kcomram 1",
+     "kv=0 interface=9 comramStatus=9 isaStatus=9 hostBoardType=9 comram=0 isaIo=0 type=5 "
+     "0.result=1 1.regs=0xFF,0xFF,0xFF,0xFF 2.result=4294967295 3.result=4294967295 "
+     "3.value=2779096485"},
+    // A fresh module load raises the genlock's and the DSP UART's interrupt thread to real
+    // time; a process named like the kernel thread stands in for it.
+    {"genlock_irq", "--host-board 0", "toolbox irqthread irq/11-genlock genlock", "0.fifo=1 0.priority=97"},
+    {"dspuart_irq", "--host-board 0", "toolbox irqthread irq/7-dspuart dspuart", "0.fifo=1 0.priority=95"},
+    {"dspuart_irq11", "--host-board 0", "toolbox irqthread irq/11-dspuart dspuart", "0.fifo=0 0.priority=0"},
+    {"no_module_load", "--host-board 1", "toolbox irqthread irq/11-genlock genlock", "0.fifo=0 0.priority=0"},
+};
+INSTANTIATE_TEST_SUITE_P(Rows, ProbeValuesTest, testing::ValuesIn(ROWS), ByName);
+} // namespace
