@@ -22,10 +22,8 @@ TEST_P(ModuleLoadingTest, LoadsWhatIsMissingOnceAndLogsUnderOneIdentity)
 {
     const SModuleCase& c = GetParam();
     const SSimResult run = ToolboxRun(c.Options, {});
-    EXPECT_EQ(run.Value("kv"), "1");
-    EXPECT_EQ(run.Value("interface"), "0");
-    EXPECT_EQ(run.Value("timecode"), "1");
-    EXPECT_EQ(run.Value("comramStatus"), c.Comram);
+    const std::string values = "kv=1 interface=0 timecode=1 comramStatus=" + std::string(c.Comram);
+    EXPECT_EQ(Printed(run, values), values);
     Args loads;
     for (const Json::Value& event : run.Trace)
     {
@@ -106,11 +104,9 @@ TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
     const SHostCase& host = GetParam();
     const SSimResult run = ToolboxRun(
         {"--host-board", host.HostBoard, "--board", "Q7K", "--q7k-regs", "0xD7,0x11,0x22,0x33"}, {"q7kregs"});
-    EXPECT_EQ(run.Value("hostBoardType"), host.HostBoard);
-    EXPECT_EQ(run.Value("isaIo"), host.IoArea);
-    EXPECT_EQ(run.Value("comram"), "1");
-    EXPECT_EQ(run.Value("type"), "4");
-    EXPECT_EQ(run.Value("0.regs"), "0xD7,0x11,0x22,0x33");
+    const std::string values = "hostBoardType=" + std::string(host.HostBoard) + " isaIo=" + host.IoArea +
+                               " comram=1 type=4 0.regs=0xD7,0x11,0x22,0x33";
+    EXPECT_EQ(Printed(run, values), values);
     std::vector<uint32_t> dataReads;
     size_t indexWrites = 0;
     for (const Json::Value& event : run.Events("reg"))

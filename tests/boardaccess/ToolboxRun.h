@@ -4,6 +4,7 @@
 #include "SimRun.h"
 
 #include <gtest/gtest.h>
+#include <sstream>
 
 inline SSimResult ToolboxRun(const Args& options, const Args& ops)
 {
@@ -17,3 +18,16 @@ inline SSimResult ToolboxRun(const Args& options, const Args& ops)
 
 // Names a parameterised case after its Name field.
 inline const auto ByName = [](const auto& info) { return std::string(info.param.Name); };
+
+// The key=value words of `values` with the values the run printed, for one comparison with them.
+inline std::string Printed(const SSimResult& run, const std::string& values)
+{
+    std::istringstream words(values);
+    std::string printed;
+    for (std::string word; words >> word;)
+    {
+        const std::string key = word.substr(0, word.find('='));
+        printed += (printed.empty() ? "" : " ") + key + "=" + run.Value(key);
+    }
+    return printed;
+}
