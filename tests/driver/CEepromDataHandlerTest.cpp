@@ -11,7 +11,7 @@
 #include <chrono>
 #include <cstring>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
@@ -29,9 +29,7 @@ std::string WaitForLine(const std::string& needle)
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(pass ? 20 : 0));
         std::ifstream in(kEepromLog);
-        std::stringstream content;
-        content << in.rdbuf();
-        text = content.str();
+        text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     }
     return text;
 }

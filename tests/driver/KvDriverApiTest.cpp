@@ -20,9 +20,7 @@ TEST(KvDriverApiTest, MaskNineOpensComramAndTimecodeOnlyAndIsCreatedOnce)
     EXPECT_EQ(interface_X[PINGU_COMRAM], reinterpret_cast<uintptr_t>(ComramDriverApi::S_GetInstance()));
     EXPECT_EQ(interface_X[PINGU_TIMECODE], reinterpret_cast<uintptr_t>(TimecodeDriverApi::S_GetInstance()));
     for (int slot : {PINGU_DSPUART, PINGU_GENLOCK, PINGU_CEDSPUART, PINGU_RESERVED})
-    {
         EXPECT_EQ(interface_X[slot], 0u) << "slot " << slot;
-    }
     EXPECT_EQ(pApi->GetKvDriverInterface(nullptr), 22);
     EXPECT_EQ(pApi->KrpcBoardType(), static_cast<int32_t>(GetKrpcBoardType()));
     KvDriverApi::S_ReleaseInstance(false);

@@ -41,9 +41,7 @@ TEST(keyDriverTest, OnBoardPagesReadBackInBothChecksumModes)
         unsigned char written[64];
         unsigned char read[64] = {};
         for (int i = 0; i < 64; i++)
-        {
             written[i] = static_cast<unsigned char>(i * 7 + checksumMode);
-        }
         EXPECT_EQ(driver.EEPROMWrite(SCRATCH, 64, written), 0);
         // Refused before anything is posted: the page keeps what was written.
         EXPECT_EQ(driver.EEPROMWrite(SCRATCH, 65, mailbox.data()), 6);

@@ -77,9 +77,7 @@ Args Copies(const std::string& copies, bool oldGood)
 SSimResult RunTool(CSimRun& sim, const std::string& image, Args options, const Args& toolArgs = {})
 {
     if (!image.empty())
-    {
         options.insert(options.end(), {"--eeprom", image});
-    }
     SSimResult run = sim.Tool(options, toolArgs);
     EXPECT_EQ(run.Status, 0);
     return run;
@@ -185,9 +183,7 @@ TEST_P(CopyRepair, ReadsTheFirstGoodCopyAndRewritesTheFirstDamagedOnePerRun)
     {
         copies += std::string(copy ? "," : "") + (c.Copies[copy] == 'B' ? "bad-checksum" : "good");
         if (c.Copies[copy] == 'U')
-        {
             faults = UnreadableFault(copy);
-        }
     }
     const std::string image = sim.Image(Copies(copies, c.OldGood));
     ASSERT_FALSE(image.empty());
@@ -203,10 +199,8 @@ TEST_P(CopyRepair, ReadsTheFirstGoodCopyAndRewritesTheFirstDamagedOnePerRun)
         EXPECT_EQ(run.Log(), rewritten < 0 ? Connected() : ReadFailed("0x200"));
         EXPECT_EQ(run.Err, "");
         for (int copy = 0; copy < 3; ++copy)
-        {
             EXPECT_EQ(CopyBytes(after, copy), CopyBytes(before, copy == rewritten ? expected[2] - '0' : copy))
                 << "copy " << copy;
-        }
         // The older record's head, below copy 0 (its tail lies inside copy 0).
         EXPECT_TRUE(std::equal(after.begin(), after.begin() + CopyAddress(0), before.begin()))
             << "older record touched";
@@ -296,10 +290,8 @@ TEST_P(MicroCode, FailsTheReadAfterItsPresenceRounds)
     EXPECT_EQ(run.Log(), log);
     std::vector<int64_t> times;
     for (const Json::Value& line : run.Syslog)
-    {
         if (line["ident"] == "Sarvik")
             times.push_back(line["t_us"].asInt64());
-    }
     ASSERT_GE(times.size(), 5u);
     EXPECT_EQ(times[4] - times[3], c.GapUs);
     int presence = 0;

@@ -95,26 +95,23 @@ TEST(StartUpSwitchLog, WithoutTheLogDirectoryNothingIsWrittenAndNothingMoreIsPri
 
 TEST(StartUpSwitchLog, AClosedOrPlainStandardDescriptorSendsNothingIntoTheSwitchLog)
 {
-    struct SCase
-    {
-        const char* Redirections;
-        std::string Out;
-    } const cases[] = {
+    // Arguments and redirections, and what is printed.
+    const std::pair<const char*, std::string> cases[] = {
         {">&-", ""},
         {"--bogus-option 2>&-", SAMPLE},
         {"<&-", SAMPLE},
         {"</dev/null", SAMPLE}, // not a terminal: the console is left alone
         {"--bogus-option <&- >&- 2>&-", ""},
     };
-    for (const SCase& c : cases)
+    for (const auto& [redirections, out] : cases)
     {
-        SCOPED_TRACE(c.Redirections);
+        SCOPED_TRACE(redirections);
         CSimRun sim;
         // The tool run the way a shell does for `Sarvik ARGS REDIRECTIONS`.
         const SSimResult result =
-            sim.Run({}, {"/bin/sh", "-c", std::string("exec \"$0\" ") + c.Redirections, CSimRun::S_Tool});
+            sim.Run({}, {"/bin/sh", "-c", std::string("exec \"$0\" ") + redirections, CSimRun::S_Tool});
         ASSERT_EQ(result.Status, 0) << result.Err;
-        EXPECT_EQ(result.Out, c.Out);
+        EXPECT_EQ(result.Out, out);
         const std::string log = CSimRun::ReadText(SwitchLog(sim));
         EXPECT_TRUE(std::regex_match(log, std::regex(PREFIX + SESSION))) << log;
     }
