@@ -17,9 +17,10 @@ Args Words(const char* text)
 struct SValuesCase
 {
     const char* Name;
-    const char* Options; // sarvik-sim's
-    const char* Probe;   // sim-probe's arguments
-    const char* Values;  // key=value words its output holds
+    const char* Options;     // sarvik-sim's
+    const char* Probe;       // sim-probe's arguments
+    const char* Values;      // key=value words its output holds
+    const char* Counts = ""; // trace events it leaves, as Counted reads them
 };
 
 using ProbeValuesTest = testing::TestWithParam<SValuesCase>;
@@ -33,14 +34,38 @@ TEST_P(ProbeValuesTest, PrintsWhatTheRowExpects)
     const SSimResult run = sim.Run(Words(c.Options), command);
     ASSERT_EQ(run.Status, 0) << run.Out << run.Err;
     EXPECT_EQ(Printed(run, c.Values), c.Values);
+    EXPECT_EQ(Counted(run, c.Counts), c.Counts);
 }
 
 const char* const PRESENCE = "toolbox reset dpram 10 bootstrap 20 exec 0x01 1000 0 0";
 const char* const PRESENCE_1MS = "toolbox reset dpram 10 bootstrap 20 exec 0x01 1 0 0";
 const char* const STUCK = "toolbox reset dpram 10 exec 0x01 300 0 0";
 #define KV_API "--host-board 0 --fault no-module="
+#define STUCK_ZEBX "--board ZEBX --ident 0x12 --fault i2c-stuck"
 
 const SValuesCase ROWS[] = {
+    // A wake-up returns its code after the attempts its rule allows; each attempt's reset pulse
+    // asserts the line twice.
+    {"reset_stuck", "--fault reset-stuck", "toolbox wakeup 2", "0.result=1", "reset:line=1*4"},
+    {"ram_check", "--fault ram-check-fail", "toolbox wakeup 2", "0.result=1", "reset:line=1*4"},
+    {"ident", "--fault ident-fail=0x21", "toolbox wakeup 2", "0.result=3", "reset:line=1*2"},
+    {"version", "--fault version-fail=0x22", "toolbox wakeup 2", "0.result=4", "reset:line=1*2"},
+    {"wakeup_step", "--fault wakeup-step-fail=0x23", "toolbox wakeup 2", "0.result=5", "reset:line=1*2"},
+    {"i2c_stuck_hard", "--fault i2c-stuck-hard", "toolbox wakeup 2", "0.result=6", "reset:line=1*4"},
+    // Through interface 0 the flag at 0x0003 lands on the address's second byte, so the bus reset
+    // misses the GPIO pins; through interface 1 it reaches them and the next attempt succeeds.
+    // One bus reset (two writes to its register) per failed attempt.
+    {"i2c_stuck_iface0", STUCK_ZEBX, "toolbox wakeup 3", "0.result=6",
+     "reset:line=1*6 cmd:op=0x90*3 cmd:op=0x81*6"},
+    {"i2c_stuck_iface1", STUCK_ZEBX, "toolbox iface 1 0 wakeup 3", "1.result=0",
+     "reset:line=1*4 cmd:op=0x90*2"},
+    {"zero_attempts", "", "toolbox wakeup 0", "0.result=0", "reset:line=1*0 psu*0 cmd:op=0x01*0"},
+    // A Q7K runs its power cycle even for zero attempts.
+    {"zero_attempts_q7k", "--board Q7K", "toolbox --type 4 wakeup 0", "0.result=0", "reset:line=1*0 psu*2"},
+    // A bootstrap that never answers is asked 201 times per attempt (about 20 s of 1 s queries
+    // with 100 ms pauses) before the attempt fails with 2; it never takes a command.
+    {"bootstrap_silent", "--fault bootstrap-silent", "toolbox wakeup 2", "0.result=2",
+     "reset:line=1*4 doorbell:op=0x01*402 cmd:op=0x01*0"},
     // Each wait ends with its result at its time in virtual time. The RAM check probes 101
     // times over 10 s: the 101st probe still counts.
     {"ram_on_the_last_probe", "--fault ram-late=100", "toolbox reset dpram 10", "1.result=1 1.us=10961439"},
@@ -58,7 +83,7 @@ const SValuesCase ROWS[] = {
     // The Q7K is detected from register 0; the helper got the communication RAM from outside (its
     // accessor has length 0), the status reads 0 at the first poll: awake after one power cycle.
     {"q7k_wakes", "--board Q7K --q7k-regs 0xD1,0x02,0x34,0x05", "toolbox wakeup 3",
-     "type=4 id=209 pcb=2 jumpers=3 components=4 rbf=5 0.result=0 0.us=11502258"},
+     "type=4 id=209 pcb=2 jumpers=3 components=4 rbf=5 0.result=0 0.us=11502258", "reset*0 psu*2"},
     {"q7k_stuck_uart", "--board Q7K --fault uart-stuck", "toolbox wakeup 3", "0.result=0 0.us=14562050"},
     {"failed_i2c_keeps_buffer", "--fault i2c-stuck-hard", "toolbox i2c 2 4", "0.result=8 0.read=EEEEEEEE"},
     // On host board 0, a module the machine lacks stops the start-up at its driver with a

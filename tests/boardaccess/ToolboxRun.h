@@ -31,3 +31,23 @@ inline std::string Printed(const SSimResult& run, const std::string& values)
     }
     return printed;
 }
+
+// The words "EV*N" or "EV:KEY=VALUE*N" of `counts` with the number of trace events of kind EV (whose
+// field KEY reads VALUE) the run left, for one comparison with them.
+inline std::string Counted(const SSimResult& run, const std::string& counts)
+{
+    std::istringstream words(counts);
+    std::string counted;
+    for (std::string word; words >> word;)
+    {
+        const std::string what = word.substr(0, word.find('*'));
+        const size_t colon = what.find(':'), equals = what.find('=');
+        const std::string key = colon == std::string::npos ? "" : what.substr(colon + 1, equals - colon - 1);
+        size_t n = 0;
+        for (const Json::Value& event : run.Events(what.substr(0, colon)))
+            n += key.empty() ||
+                 TraceNumber(event, key.c_str()) == std::stoul(what.substr(equals + 1), nullptr, 0);
+        counted += (counted.empty() ? "" : " ") + what + "*" + std::to_string(n);
+    }
+    return counted;
+}
