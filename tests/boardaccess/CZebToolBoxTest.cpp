@@ -123,16 +123,6 @@ TEST(CommandProtocolTest, EachInterfaceUsesItsOwnMailbox)
         EXPECT_EQ(run.Value(key), "0") << key;
 }
 
-TEST(I2CServiceTest, EmptyAndOversizedCountsArePostedAsTheirLow16Bits)
-{
-    const SSimResult run =
-        ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "i2c", "0", "0", "i2c-nobuf", "0x10002", "0x10003"});
-    // The wake-up's probe, then ours.
-    ASSERT_EQ(TraceNumbers(run.Events("i2c"), "wr"), (std::vector<uint32_t>{0, 0, 2}));
-    EXPECT_EQ(TraceNumbers(run.Events("i2c"), "rd"), (std::vector<uint32_t>{0, 0, 3}));
-    EXPECT_EQ(run.Value("1.result"), std::to_string(TraceNumbers(run.Events("i2c"), "status")[1]));
-}
-
 // Virtual time is exact: each wait is the counter's busy-wait of its span, the last read landing
 // past it by at most a sixteenth, so each width is a fixed figure.
 TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)

@@ -85,6 +85,9 @@ const SValuesCase ROWS[] = {
     {"q7k_wakes", "--board Q7K --q7k-regs 0xD1,0x02,0x34,0x05", "toolbox wakeup 3",
      "type=4 id=209 pcb=2 jumpers=3 components=4 rbf=5 0.result=0 0.us=11502258", "reset*0 psu*2"},
     {"q7k_stuck_uart", "--board Q7K --fault uart-stuck", "toolbox wakeup 3", "0.result=0 0.us=14562050"},
+    // Empty and oversized counts are posted as their low 16 bits, after the wake-up's own probe.
+    {"i2c_counts", "", "toolbox wakeup 1 i2c 0 0 i2c-nobuf 0x10002 0x10003", "1.result=2 2.result=2",
+     "i2c*3 i2c:wr=0*2 i2c:rd=0*2 i2c:wr=2*1 i2c:rd=3*1"},
     {"failed_i2c_keeps_buffer", "--fault i2c-stuck-hard", "toolbox i2c 2 4", "0.result=8 0.read=EEEEEEEE"},
     // On host board 0, a module the machine lacks stops the start-up at its driver with a
     // status that grows with the drivers opened before. Entries: ComRAM, DSP UART, genlock,
