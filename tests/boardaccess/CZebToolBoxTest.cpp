@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <numeric>
 
 namespace
 {
@@ -130,14 +131,11 @@ TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
     const SSimResult run = ToolboxRun({"--board", "Q5K"}, {"reset", "exec", "0x01", "10", "0", "0"});
     std::vector<int64_t> times;
     for (const Json::Value& event : run.Trace)
-    {
         if (event["ev"] == "reset" || event["ev"] == "doorbell")
             times.push_back(event["t_us"].asInt64());
-    }
-    std::vector<int64_t> widths;
-    for (size_t i = 1; i < times.size(); ++i)
-        widths.push_back(times[i] - times[i - 1]);
-    EXPECT_EQ(widths, (std::vector<int64_t>{10499, 10500, 10500, 111680}));
+    std::adjacent_difference(times.begin(), times.end(), times.begin());
+    EXPECT_EQ(std::vector<int64_t>(times.begin() + 1, times.end()),
+              (std::vector<int64_t>{10499, 10500, 10500, 111680}));
     EXPECT_EQ(run.Events("reset")[3]["line"], 0);
 }
 
