@@ -10,7 +10,7 @@
 
 namespace
 {
-const std::string ORDINARY_USER = "1000";
+const std::string ORDINARY_USER = "1000"; // the uid and gid setpriv takes below
 
 // The first trace event of a kind with a field of a value.
 Json::Value Event(const SSimResult& run, const std::string& ev, const char* key, const std::string& value)
@@ -36,7 +36,8 @@ TEST(HostileEnvironment, ChoosesNothingThatRunsAsRoot)
     const std::string rcMark = hostile + "/rc-file-read";
     std::ofstream(hostile + "/modprobe") << "#!/bin/sh\nid -u > '" << fakeMark << "'\nexit 0\n";
     ASSERT_EQ(chmod((hostile + "/modprobe").c_str(), 0755), 0);
-    std::ofstream(hostile + "/rc.sh") << "id -u > '" << rcMark << "'\n";
+    const std::string rcFile = hostile + "/rc.sh";
+    std::ofstream(rcFile) << "id -u > '" << rcMark << "'\n";
     // The tool as an administrator makes it set-user-ID: root's, mode 4755.
     const std::string tool = sim.Path("Sarvik");
     ASSERT_EQ(sim.Host({"cp", CSimRun::S_Tool, tool}).Status, 0);
@@ -45,18 +46,11 @@ TEST(HostileEnvironment, ChoosesNothingThatRunsAsRoot)
 
     // The user's own identity, then the hostile variables, then the command. The simulator's
     // interposer stays preloaded (its bare name in LD_PRELOAD).
-    Args command = {"setpriv",
-                    "--reuid=" + ORDINARY_USER,
-                    "--regid=" + ORDINARY_USER,
-                    "--clear-groups",
-                    "env",
-                    "PATH=" + hostile + ":/usr/sbin:/usr/bin:/sbin:/bin",
-                    "IFS=/",
-                    "ENV=" + hostile + "/rc.sh",
-                    "BASH_ENV=" + hostile + "/rc.sh",
-                    "LD_LIBRARY_PATH=" + hostile,
-                    "LANG=xx_XX.UTF-8",
-                    "LC_ALL=xx_XX.UTF-8"};
+    Args command = {"setpriv", "--reuid=1000",     "--regid=1000",       "--clear-groups",
+                    "env",     "LANG=xx_XX.UTF-8", "LC_ALL=xx_XX.UTF-8", "IFS=/"};
+    for (const std::string& variable : {"PATH=" + hostile + ":/usr/sbin:/usr/bin:/sbin:/bin", "ENV=" + rcFile,
+                                        "BASH_ENV=" + rcFile, "LD_LIBRARY_PATH=" + hostile})
+        command.push_back(variable);
     for (const bool startsSarvik : {true, false})
     {
         SCOPED_TRACE(startsSarvik ? "set-user-ID Sarvik" : "the user's own shell");
