@@ -2,6 +2,7 @@
 // /mnt/APPS), what it passes through, and how it refuses a command line (2) or files (125) it
 // cannot use: one line on standard error, no command run.
 #include "SimCheck.h"
+#include "SyslogCollector.h"
 
 #include <fstream>
 #include <sys/stat.h>
@@ -76,6 +77,18 @@ TEST(Launcher, RunsTheCommandInTheSimulatedServerOrRefusesBadInput)
         EXPECT_TRUE(run.rfind("/tmp/sarvik-sim.", 0) == 0 && access(run.c_str(), F_OK) != 0) << run;
     EXPECT_EQ(CSimRun::ReadText(h.Path("short.bin")), "short\n");
     EXPECT_NE(access("/mnt/APPS/data/log/f", F_OK), 0) << "the host's own /mnt/APPS is never written";
+}
+
+// The system logger's parser: the ordinary messages reach every run's log; here the forms those
+// runs never send.
+TEST(SyslogCollector, SplitsTheCLibrarysMessageFormatAndRejectsOthers)
+{
+    simhost::SyslogMessage m;
+    ASSERT_TRUE(simhost::SyslogCollector::parse("<30>Dec 31 23:59:59 modprobe[7]: FATAL: Module x\n", &m));
+    EXPECT_EQ(std::tuple(m.facility, m.priority, m.ident, m.pid, m.text),
+              std::tuple(3, 6, std::string("modprobe"), 7L, std::string("FATAL: Module x")));
+    for (const char* bad : {"", "hello", "<>x", "<12345>x"})
+        EXPECT_FALSE(simhost::SyslogCollector::parse(bad, &m)) << bad;
 }
 
 } // namespace
