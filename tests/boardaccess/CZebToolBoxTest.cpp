@@ -111,19 +111,6 @@ INSTANTIATE_TEST_SUITE_P(Interfaces, BusRecoveryTest,
                                          SRecoveryCase{"interface_1_exact_address", "1", 0x0A}),
                          ByName);
 
-TEST(CommandProtocolTest, EachInterfaceUsesItsOwnMailbox)
-{
-    const SSimResult run =
-        ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "exec", "0x01", "1000", "1", "1", "exec", "0x01",
-                                        "1000", "2", "0", "exec", "0x01", "1000", "0", "0"});
-    const std::vector<uint32_t> mailboxes = TraceNumbers(run.Commands(0x01), "mbx");
-    ASSERT_GE(mailboxes.size(), 3u);
-    EXPECT_EQ(std::vector<uint32_t>(mailboxes.end() - 3, mailboxes.end()),
-              (std::vector<uint32_t>{0x2F24, 0x3024, 0x0000}));
-    for (const char* key : {"1.result", "2.result", "3.result"})
-        EXPECT_EQ(run.Value(key), "0") << key;
-}
-
 // Virtual time is exact: each wait is the counter's busy-wait of its span, the last read landing
 // past it by at most a sixteenth, so each width is a fixed figure.
 TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)

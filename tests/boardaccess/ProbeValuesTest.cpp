@@ -85,6 +85,10 @@ const SValuesCase ROWS[] = {
     {"q7k_wakes", "--board Q7K --q7k-regs 0xD1,0x02,0x34,0x05", "toolbox wakeup 3",
      "type=4 id=209 pcb=2 jumpers=3 components=4 rbf=5 0.result=0 0.us=11502258", "reset*0 psu*2"},
     {"q7k_stuck_uart", "--board Q7K --fault uart-stuck", "toolbox wakeup 3", "0.result=0 0.us=14562050"},
+    // Each interface has its own mailbox: 1 at 0x2F24, 2 at 0x3024, 0 at 0x0000 (the wake-up's 0x05 too).
+    {"own_mailboxes", "", "toolbox wakeup 1 exec 0x01 1000 1 1 exec 0x03 1000 2 0 exec 0x05 1000 0 0",
+     "1.result=0 2.result=0 3.result=0",
+     "cmd:op=0x01,mbx=0x2F24*1 cmd:op=0x03,mbx=0x3024*1 cmd:op=0x05,mbx=0*2"},
     // Empty and oversized counts are posted as their low 16 bits, after the wake-up's own probe.
     {"i2c_counts", "", "toolbox wakeup 1 i2c 0 0 i2c-nobuf 0x10002 0x10003", "1.result=2 2.result=2",
      "i2c*3 i2c:wr=0*2 i2c:rd=0*2 i2c:wr=2*1 i2c:rd=3*1"},

@@ -32,8 +32,8 @@ inline std::string Printed(const SSimResult& run, const std::string& values)
     return printed;
 }
 
-// The words "EV*N" or "EV:KEY=VALUE*N" of `counts` with the number of trace events of kind EV (whose
-// field KEY reads VALUE) the run left, for one comparison with them.
+// The words "EV*N" or "EV:KEY=VALUE,...*N" of `counts` with the number of trace events of kind EV
+// (whose fields KEY read VALUE) the run left, for one comparison with them.
 inline std::string Counted(const SSimResult& run, const std::string& counts)
 {
     std::istringstream words(counts);
@@ -41,12 +41,17 @@ inline std::string Counted(const SSimResult& run, const std::string& counts)
     for (std::string word; words >> word;)
     {
         const std::string what = word.substr(0, word.find('*'));
-        const size_t colon = what.find(':'), equals = what.find('=');
-        const std::string key = colon == std::string::npos ? "" : what.substr(colon + 1, equals - colon - 1);
+        const size_t colon = what.find(':');
         size_t n = 0;
         for (const Json::Value& event : run.Events(what.substr(0, colon)))
-            n += key.empty() ||
-                 TraceNumber(event, key.c_str()) == std::stoul(what.substr(equals + 1), nullptr, 0);
+        {
+            std::istringstream fields(colon == std::string::npos ? "" : what.substr(colon + 1));
+            bool match = true;
+            for (std::string field; std::getline(fields, field, ',');)
+                match = match && TraceNumber(event, field.substr(0, field.find('=')).c_str()) ==
+                                     std::stoul(field.substr(field.find('=') + 1), nullptr, 0);
+            n += match;
+        }
         counted += (counted.empty() ? "" : " ") + what + "*" + std::to_string(n);
     }
     return counted;
