@@ -1,8 +1,6 @@
-// Wake-up, identification, command protocol and I2C of the toolbox against the simulated board.
+// Wake-up, identification, bus recovery and reset pulse of the toolbox against the simulated board.
 #include "ToolboxRun.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
 #include <numeric>
 
 namespace

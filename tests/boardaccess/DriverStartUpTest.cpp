@@ -1,8 +1,5 @@
-// Start-up of the driver handles on both host boards, module loading, and a machine without the
-// board's drivers.
+// Start-up of the driver handles on both host boards: module loading, release, Q7K registers.
 #include "ToolboxRun.h"
-
-#include <gtest/gtest.h>
 
 namespace
 {

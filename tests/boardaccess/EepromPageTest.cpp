@@ -3,8 +3,6 @@
 // the EEPROM still busy.
 #include "ToolboxRun.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 struct SPageCase

@@ -2,18 +2,8 @@
 // mask and the interrupt thread raised by a fresh module load: one fresh simulated server a row.
 #include "ToolboxRun.h"
 
-#include <gtest/gtest.h>
-#include <iterator>
-#include <sstream>
-
 namespace
 {
-Args Words(const char* text)
-{
-    std::istringstream in(text);
-    return Args(std::istream_iterator<std::string>(in), std::istream_iterator<std::string>());
-}
-
 struct SValuesCase
 {
     const char* Name;

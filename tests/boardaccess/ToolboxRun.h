@@ -1,9 +1,10 @@
 #pragma once
-// sim-probe's start-up and toolbox operations in a fresh simulated server; a probe that does not
-// exit with 0 fails the calling test.
+// sim-probe's start-up and toolbox operations in a fresh simulated server (a probe that does not
+// exit with 0 fails the calling test), and what its output and trace hold as one comparable text.
 #include "SimRun.h"
 
 #include <gtest/gtest.h>
+#include <iterator>
 #include <sstream>
 
 inline SSimResult ToolboxRun(const Args& options, const Args& ops)
@@ -16,15 +17,20 @@ inline SSimResult ToolboxRun(const Args& options, const Args& ops)
     return run;
 }
 
+inline Args Words(const std::string& text)
+{
+    std::istringstream in(text);
+    return Args(std::istream_iterator<std::string>(in), std::istream_iterator<std::string>());
+}
+
 // Names a parameterised case after its Name field.
 inline const auto ByName = [](const auto& info) { return std::string(info.param.Name); };
 
 // The key=value words of `values` with the values the run printed, for one comparison with them.
 inline std::string Printed(const SSimResult& run, const std::string& values)
 {
-    std::istringstream words(values);
     std::string printed;
-    for (std::string word; words >> word;)
+    for (const std::string& word : Words(values))
     {
         const std::string key = word.substr(0, word.find('='));
         printed += (printed.empty() ? "" : " ") + key + "=" + run.Value(key);
@@ -36,9 +42,8 @@ inline std::string Printed(const SSimResult& run, const std::string& values)
 // (whose fields KEY read VALUE) the run left, for one comparison with them.
 inline std::string Counted(const SSimResult& run, const std::string& counts)
 {
-    std::istringstream words(counts);
     std::string counted;
-    for (std::string word; words >> word;)
+    for (const std::string& word : Words(counts))
     {
         const std::string what = word.substr(0, word.find('*'));
         const size_t colon = what.find(':');
