@@ -112,7 +112,7 @@ TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
             times.push_back(event["t_us"].asInt64());
     std::adjacent_difference(times.begin(), times.end(), times.begin());
     EXPECT_EQ(std::vector<int64_t>(times.begin() + 1, times.end()),
-              (std::vector<int64_t>{10499, 10500, 10500, 111680}));
+              (std::vector<int64_t>{10499, 10500, 10500, 101052}));
     EXPECT_EQ(run.Events("reset")[3]["line"], 0);
 }
 

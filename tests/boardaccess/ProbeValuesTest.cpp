@@ -58,23 +58,27 @@ const SValuesCase ROWS[] = {
      "reset:line=1*4 doorbell:op=0x01*402 cmd:op=0x01*0"},
     // Each wait ends with its result at its time in virtual time. The RAM check probes 101
     // times over 10 s: the 101st probe still counts.
-    {"ram_on_the_last_probe", "--fault ram-late=100", "toolbox reset dpram 10", "1.result=1 1.us=10961439"},
-    {"ram_never", "--fault ram-late=101", "toolbox reset dpram 10", "1.result=0 1.us=11086545"},
+    {"ram_on_the_last_probe", "--fault ram-late=100", "toolbox reset dpram 10", "1.result=1 1.us=10087915"},
+    {"ram_never", "--fault ram-late=101", "toolbox reset dpram 10", "1.result=0 1.us=10189961"},
     // The stable pair reads pending, the confirming read the answer: taken on the next pass.
     {"unsettled_taken_next_pass", "--fault status-unsettled=2", PRESENCE, "3.result=0 3.us=65"},
     // Still being written at the deadline: a bounded number of late reads, then taken...
     {"settles_after_deadline", "--fault status-flicker=2000", PRESENCE_1MS, "3.result=0 3.us=2561"},
     // ...or the command times out.
     {"never_settles", "--fault status-flicker=8000", PRESENCE_1MS, "3.result=4294967295 3.us=6006"},
-    {"stuck_pending", "--fault status-stuck=0x80", STUCK, "2.result=4294967295 2.us=340738"},
-    {"stuck_busy", "--fault status-stuck=0xFF", STUCK, "2.result=4294967295 2.us=350788"},
+    {"stuck_pending", "--fault status-stuck=0x80", STUCK, "2.result=4294967295 2.us=303193"},
+    {"stuck_busy", "--fault status-stuck=0xFF", STUCK, "2.result=4294967295 2.us=304242"},
+    // A micro-code that never starts: five power cycles of 30 handshakes, each given up just after
+    // 1.001 s, then code 1.
+    {"q7k_silent", "--board Q7K --timing q7k-boot=1000000000", "toolbox q7kown wakeup 3",
+     "1.result=1 1.us=202666670", "psu*10"},
     // The escape sequence and both switch commands each wait for the FIFO in vain for just
     // over a second; the board, never switched off, then answers the first handshake.
     // The Q7K is detected from register 0; the helper got the communication RAM from outside (its
     // accessor has length 0), the status reads 0 at the first poll: awake after one power cycle.
     {"q7k_wakes", "--board Q7K --q7k-regs 0xD1,0x02,0x34,0x05", "toolbox wakeup 3",
      "type=4 id=209 pcb=2 jumpers=3 components=4 rbf=5 0.result=0 0.us=11502258", "reset*0 psu*2"},
-    {"q7k_stuck_uart", "--board Q7K --fault uart-stuck", "toolbox wakeup 3", "0.result=0 0.us=14562050"},
+    {"q7k_stuck_uart", "--board Q7K --fault uart-stuck", "toolbox wakeup 3", "0.result=0 0.us=14506183"},
     // Each interface has its own mailbox: 1 at 0x2F24, 2 at 0x3024, 0 at 0x0000 (the wake-up's 0x05 too).
     {"own_mailboxes", "", "toolbox wakeup 1 exec 0x01 1000 1 1 exec 0x03 1000 2 0 exec 0x05 1000 0 0",
      "1.result=0 2.result=0 3.result=0",

@@ -38,65 +38,50 @@ template <typename... Args> std::string Glibc(int size, const char* format, Args
     return text;
 }
 
-// One generated conversion; a '*' width or precision takes its value from an argument.
+// One generated conversion.
 struct Conversion
 {
     std::string flags, length;
     int width, precision; // -1: none
-    bool starWidth, starPrecision;
     char type;
-    std::string text;
 
     bool Has(char flag) const { return flags.find(flag) != std::string::npos; }
-    // The value as the conversion takes it from the argument list.
-    unsigned long long Passed(long long value) const
+    std::string Text() const
     {
-        if (length == "ll" || length == "L")
-            return static_cast<unsigned long long>(value);
-        return length == "l" ? static_cast<unsigned long>(value) : static_cast<unsigned>(value);
+        return "%" + flags + (width >= 0 ? std::to_string(width) : "") +
+               (precision >= 0 ? "." + std::to_string(precision) : "") + length + type;
+    }
+    // Where the platform's formatter differs from glibc by design (the texts are checked further
+    // down), for `n` as the conversion takes it from the argument list.
+    bool Deliberate(long long n, const char* text) const
+    {
+        const unsigned long long value = length == "ll" || length == "L" ? static_cast<unsigned long long>(n)
+                                         : length == "l"                 ? static_cast<unsigned long>(n)
+                                                                         : static_cast<unsigned>(n);
+        int octalDigits = 1;
+        for (unsigned long long rest = value; rest >>= 3;)
+            ++octalDigits;
+        const bool integer = std::strchr("diuoxX", type) != nullptr;
+        const bool fitsShort = std::strchr("di", type) ? n == static_cast<short>(n) : value <= 0xFFFFu;
+        return (length == "h" && !fitsShort) || (integer && precision == 0 && value == 0) ||
+               (integer && Has('0') && !Has('-') && precision >= 0 && width > 0) ||
+               (Has('#') && (type == 'X' || (type == 'x' && value == 0))) ||
+               (Has('#') && type == 'o' && (value == 0 || precision > octalDigits)) ||
+               (type == 's' && text == nullptr);
+    }
+    template <typename T> std::string Differs(int size, long long n, const char* text, T arg) const
+    {
+        const std::string f = Text(), ours = Formatted(size, f.c_str(), arg),
+                          glibc = Glibc(size, f.c_str(), arg);
+        return Deliberate(n, text) || ours == glibc
+                   ? ""
+                   : f + " size " + std::to_string(size) + ": \"" + ours + "\", glibc \"" + glibc + "\"";
     }
 };
-
-// Where the platform's formatter differs from glibc by design (the texts are checked further down).
-bool Deliberate(const Conversion& c, long long n, const char* text)
-{
-    const unsigned long long value = c.Passed(n);
-    const int precision = c.starPrecision && c.precision < 0 ? 0 : c.precision;
-    int octalDigits = 1;
-    for (unsigned long long rest = value; rest >>= 3;)
-        ++octalDigits;
-    const bool integer = std::strchr("diuoxX", c.type) != nullptr;
-    const bool fitsShort = std::strchr("di", c.type) ? n == static_cast<short>(n) : value <= 0xFFFFu;
-    return (c.length == "h" && !fitsShort) || (integer && precision == 0 && value == 0) ||
-           (integer && c.Has('0') && !c.Has('-') && precision >= 0 && c.width > 0) ||
-           (c.Has('#') && (c.type == 'X' || (c.type == 'x' && value == 0))) ||
-           (c.Has('#') && c.type == 'o' && (value == 0 || precision > octalDigits)) ||
-           (c.starPrecision && c.precision < 0) || (c.type == 's' && text == nullptr);
-}
-
-template <typename T> std::string Differs(int size, const Conversion& c, long long n, const char* text, T arg)
-{
-    const char* f = c.text.c_str();
-    if (Deliberate(c, n, text))
-        return "";
-    auto both = [&](auto... args)
-    { return std::make_pair(Formatted(size, f, args...), Glibc(size, f, args...)); };
-    const auto [ours, glibc] = c.starWidth && c.starPrecision ? both(c.width, c.precision, arg)
-                               : c.starWidth                  ? both(c.width, arg)
-                               : c.starPrecision              ? both(c.precision, arg)
-                                                              : both(arg);
-    return ours == glibc
-               ? ""
-               : c.text + " size " + std::to_string(size) + ": \"" + ours + "\", glibc \"" + glibc + "\"";
-}
 
 // Every flag set × width × precision of each conversion on each value, in room and cut short.
 TEST(CStringFormat, IntegersTextAndCharactersMatchGlibcButForTheDeliberateDifferences)
 {
-    const std::pair<int, bool> widths[] = {{-1, false}, {1, false}, {6, false},
-                                           {12, false}, {5, true},  {-5, true}};
-    const std::pair<int, bool> precisions[] = {{-1, false}, {0, false}, {1, false}, {4, false},
-                                               {12, false}, {3, true},  {-1, true}};
     const long long numbers[] = {
         0, 1, -1, 7, 42, -255, 4096, 70000, -70000, INT_MAX, INT_MIN, 0x123456789LL, LLONG_MIN, LLONG_MAX};
     const char* const texts[] = {"", "a", "hello", "hello, world!", "with %d inside", nullptr};
@@ -107,33 +92,28 @@ TEST(CStringFormat, IntegersTextAndCharactersMatchGlibcButForTheDeliberateDiffer
             ADD_FAILURE() << failure;
     };
     for (unsigned mask = 0; mask < 32; ++mask)
-        for (const auto& [width, starWidth] : widths)
-            for (const auto& [precision, starPrecision] : precisions)
+        for (int width : {-1, 1, 6, 12})
+            for (int precision : {-1, 0, 1, 4, 12})
                 for (char type : std::string("diuoxXsc"))
                     for (const char* length : {"", "h", "l", "ll", "L"})
                         for (int size : {200, 3})
                         {
                             if (std::strchr("sc", type) && *length)
                                 continue;
-                            Conversion c{"", length, width, precision, starWidth, starPrecision, type, "%"};
+                            Conversion c{"", length, width, precision, type};
                             for (unsigned bit = 0; bit < 5; ++bit)
                                 c.flags += (mask & (1u << bit)) ? std::string(1, "-+ #0"[bit]) : "";
-                            c.text += c.flags + (starWidth ? "*" : width >= 0 ? std::to_string(width) : "");
-                            c.text += starPrecision    ? ".*"
-                                      : precision >= 0 ? "." + std::to_string(precision)
-                                                       : "";
-                            c.text += length + std::string(1, type);
                             if (type == 's')
                                 for (const char* text : texts)
-                                    check(Differs(size, c, 0, text, text));
+                                    check(c.Differs(size, 0, text, text));
                             else if (type == 'c')
                                 for (int character : {65, 126, 32, 0x141})
-                                    check(Differs(size, c, character, "", character));
+                                    check(c.Differs(size, character, "", character));
                             else
                                 for (long long n : numbers)
-                                    check(c.length == "ll" || c.length == "L" ? Differs(size, c, n, "", n)
-                                          : c.length == "l" ? Differs(size, c, n, "", static_cast<long>(n))
-                                                            : Differs(size, c, n, "", static_cast<int>(n)));
+                                    check(c.length == "ll" || c.length == "L" ? c.Differs(size, n, "", n)
+                                          : c.length == "l" ? c.Differs(size, n, "", static_cast<long>(n))
+                                                            : c.Differs(size, n, "", static_cast<int>(n)));
                         }
     EXPECT_EQ(failures, 0);
 }
@@ -179,13 +159,13 @@ TEST(CStringFormat, DeliberateDifferencesPlatformConversionsAndExtremes)
     // h is no narrowing; zero keeps its digit at precision 0; zero padding is not cancelled by a
     // precision; the hex prefix is always "0x" and the octal one stands in front of the precision;
     // I32 and I64 give the size; an unknown conversion prints itself.
-    ExpectAll<int>({{"%hd", 70000, "70000"},   {"%hu", 70000, "70000"},   {"%.0d", 0, "0"},
-                    {"%5.0d", 0, "    0"},     {"%08.3d", 5, "00000005"}, {"%+u", 5, "5"},
-                    {"%#X", 255, "0xFF"},      {"%#x", 0, "0x0"},         {"%#o", 0, "00"},
-                    {"%#.5o", 8, "000010"},    {"%I32d", -3, "-3"},       {"%I32u", -1, "4294967295"},
-                    {"%I32x", -1, "ffffffff"}, {"%06c", 'x', "     x"},   {"%zu", 1, "%zu"},
-                    {"%-5k|", 1, "%k|"},       {"%hhd", 1, "%hd"},        {"%Id", 1, "%Id"},
-                    {"%F", 1, "%F"},           {"100%", 1, "100%"},       {"ab%-5", 1, "ab%"}});
+    ExpectAll<int>({{"%hd", 70000, "70000"}, {"%hu", 70000, "70000"}, {"%I32u", -1, "4294967295"},
+                    {"%.0d", 0, "0"},        {"%5.0d", 0, "    0"},   {"%08.3d", 5, "00000005"},
+                    {"%#X", 255, "0xFF"},    {"%#x", 0, "0x0"},       {"%#o", 0, "00"},
+                    {"%#.5o", 8, "000010"},  {"%I32d", -3, "-3"},     {"%I32x", -1, "ffffffff"},
+                    {"%06c", 'x', "     x"}, {"%zu", 1, "%zu"},       {"%-5k|", 1, "%k|"},
+                    {"%hhd", 1, "%hd"},      {"%Id", 1, "%Id"},       {"%F", 1, "%F"},
+                    {"100%", 1, "100%"},     {"ab%-5", 1, "ab%"}});
     EXPECT_EQ(Formatted(200, "%I64d|%I64x", 1234567890123LL, 0x123456789abLL), "1234567890123|123456789ab");
     EXPECT_EQ(Formatted(200, "%05s|%s|%.3s|%8s|", "ab", nullptr, nullptr, nullptr),
               "   ab|<NULL>|<NU|  <NULL>|");
@@ -206,7 +186,9 @@ TEST(CStringFormat, DeliberateDifferencesPlatformConversionsAndExtremes)
     EXPECT_EQ(Formatted(200, "%lA %la %I32A", mac, mac, mac),
               "00:1A:2B:3C:4D:5E 00:1a:2b:3c:4d:5e 00:1A:2B:3C:4D:5E");
     EXPECT_EQ(Formatted(200, "[%a][%12lA]", none, none), "[][]");
-    // A negative '*' precision is precision 0, not "no precision".
+    // '*' takes the width or precision from an int; a negative width left-justifies, a negative
+    // precision is precision 0, not "no precision".
+    EXPECT_EQ(Formatted(200, "%*d|%*d|%.*d|%-*.*s|", 5, 1, -5, 2, 3, 4, 4, 1, "ab"), "    1|2    |004|a   |");
     EXPECT_EQ(Formatted(200, "[%.*s]%.*f", -1, "abc", -3, 2.5), "[]3");
     // Extremes stay bounded.
     EXPECT_EQ(Formatted(400, "%f", 1e300).size(), 308u);

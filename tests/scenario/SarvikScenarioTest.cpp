@@ -121,8 +121,9 @@ const LogLines NO_BOARD = {{INFO, "Resetting QXK board..."},
                            {ERR, "::ResetQXKBoard: failed, BoardWakeUp() returned 0x1"},
                            {ERR, "::Connect: QXK board reset failed"}};
 const Args NO_GOOD_COPY = Copies("bad-checksum,bad-checksum,bad-checksum", false);
+const uint32_t LAST_PAGE = CopyAddress(0) + 19 * PAGE_SIZE; // of copy 0
 // Copy 0's last page answers 1 to reads and writes alike: the repair reports its status.
-const Args LAST_PAGE_FAILS = PageFault(CopyAddress(0) + 19 * PAGE_SIZE, "1");
+const Args LAST_PAGE_FAILS = PageFault(LAST_PAGE, "1");
 
 SRunCase Board(const std::string& board, const std::string& detected)
 {
@@ -152,11 +153,29 @@ INSTANTIATE_TEST_SUITE_P(
         SRunCase{"BusyEepromPolled", UNIT, {"--fault", "eeprom-busy=9"}, {}, TEXT, Connected()},
         SRunCase{"BusyEepromPolledAgain", UNIT, {"--fault", "eeprom-busy=25"}, {}, TEXT, Connected()},
         SRunCase{"FailedRewrite", UNIT, LAST_PAGE_FAILS, {}, "", ReadFailed("0x201")},
-        // A busy page (status 3 or 4) is taken as read, not asked again: its copy fails the checksum.
-        SRunCase{"BusyPageTakenUnread", UNIT, PageFault(CopyAddress(0), "3:1"), {}, "", ReadFailed("0x200")},
-        SRunCase{
-            "GarbledPageTakenUnread", UNIT, PageFault(CopyAddress(0), "4:1"), {}, "", ReadFailed("0x200")}),
+        // A busy page (status 3 or 4) is taken as read, not asked again: the last page's bytes, with the
+        // checksum, are missing, so its copy fails its checksum (not its attempt, which a second
+        // attempt would pass); the repair from the next copy is the copy table's.
+        SRunCase{"BusyPageTakenUnread", UNIT, PageFault(LAST_PAGE, "3:1"), {}, "", ReadFailed("0x200")},
+        SRunCase{"GarbledPageTakenUnread", UNIT, PageFault(LAST_PAGE, "4:1"), {}, "", ReadFailed("0x200")}),
     [](const testing::TestParamInfo<SRunCase>& info) { return info.param.Name; });
+
+// Rewrites bytes of the copies and fixes their checksums, as a unit programmed with them.
+void PatchCopies(const std::string& path, uint32_t offset, const std::vector<uint8_t>& bytes,
+                 const std::vector<uint32_t>& copies = {0, 1, 2})
+{
+    std::vector<uint8_t> image = CSimRun::ReadBytes(path);
+    ASSERT_GE(image.size(), CopyAddress(2) + RECORD_SIZE);
+    for (uint32_t copy : copies)
+    {
+        uint8_t* record = &image[CopyAddress(copy)];
+        memcpy(record + offset, bytes.data(), bytes.size());
+        const uint32_t sum = std::accumulate(record, record + 1216, 1u);
+        for (uint32_t i = 0; i < 4; i++)
+            record[1216 + i] = static_cast<uint8_t>(sum >> (8 * i));
+    }
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(image.data()), image.size());
+}
 
 // ---------------------------------------------------------------------------------------------
 // The three copies and the older record: which copy becomes the record, which one is rewritten,
@@ -187,6 +206,8 @@ TEST_P(CopyRepair, ReadsTheFirstGoodCopyAndRewritesTheFirstDamagedOnePerRun)
     }
     const std::string image = sim.Image(Copies(copies, c.OldGood));
     ASSERT_FALSE(image.empty());
+    if (c.Copies[2] != 'B')
+        PatchCopies(image, 9, {'Z'}, {2}); // copy 2 differs from copy 1 in a field nothing prints
     for (const std::string& expected : c.Runs)
     {
         SCOPED_TRACE(expected);
@@ -217,22 +238,6 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---------------------------------------------------------------------------------------------
 // Runs whose checks need the image itself.
-
-// Rewrites bytes of the three copies and fixes their checksums, as a unit programmed with them.
-void PatchCopies(const std::string& path, uint32_t offset, const std::vector<uint8_t>& bytes)
-{
-    std::vector<uint8_t> image = CSimRun::ReadBytes(path);
-    ASSERT_GE(image.size(), CopyAddress(2) + RECORD_SIZE);
-    for (uint32_t copy = 0; copy < 3; copy++)
-    {
-        uint8_t* record = &image[CopyAddress(copy)];
-        memcpy(record + offset, bytes.data(), bytes.size());
-        const uint32_t sum = std::accumulate(record, record + 1216, 1u);
-        for (uint32_t i = 0; i < 4; i++)
-            record[1216 + i] = static_cast<uint8_t>(sum >> (8 * i));
-    }
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(image.data()), image.size());
-}
 
 TEST(SerialNumber, NineCharactersRunOnIntoTheFollowingBytesOfTheRecord)
 {

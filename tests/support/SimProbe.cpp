@@ -357,6 +357,11 @@ int toolbox(int argc, char** argv)
         }
         else if (op == "q7kcomram")
             put(prefix, "value", Q7K::Q7KComRAM().read(next()));
+        else if (op == "q7kown") // the helper maps the communication RAM itself
+        {
+            Q7K::Q7KManagement::ShutdownQ7KHelper();
+            put(prefix, "result", Q7K::Q7KManagement::InitQ7KHelper(GL_pBaseIsaIoAccess_U8, nullptr));
+        }
         else if (op == "irqthread")
         {
             const char* name = argv[arg++];

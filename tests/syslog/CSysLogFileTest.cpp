@@ -13,8 +13,6 @@ namespace
 {
 char S_pHeader_c[] = "---- TEST HEADER ----";
 constexpr unsigned HEADER_LINES = 5;
-constexpr unsigned LOG_HEADER_BYTES = HEADER_LINES * 241;
-constexpr unsigned ERR_HEADER_BYTES = HEADER_LINES * 246;
 const std::string DASHES(40, '-');
 
 int Write(CSysLogFile& file, unsigned channel, unsigned sequence, const char* text, int errorCode = 0,
@@ -57,7 +55,12 @@ TEST(CSysLogFile, FilesAreNamedAfterTheChannelAndGetTheHeaderWithTheFirstMessage
     char sameText[] = "---- TEST HEADER ----", other[] = "---- OTHER HEADER ----";
     file->SetLogFileHeader(sameText);
     EXPECT_FALSE(Exists(file->GetLogPath())) << "nothing on disk before the first message";
+    const mode_t mask = umask(0);
     Write(*file, 224, 0, "hello");
+    umask(mask);
+    struct stat log = {};
+    stat(file->GetLogPath(), &log);
+    EXPECT_EQ(log.st_mode & 0777, 0666u) << "readable and writable by all users";
     std::vector<std::string> lines = ReadLines(file->GetLogPath());
     ASSERT_EQ(HEADER_LINES + 1, lines.size());
     const std::regex header[] = {
@@ -121,33 +124,31 @@ TEST(CSysLogFile, LineFieldsErrorLinesAndLostLines)
     EXPECT_STREQ("text", file->GetLastText());
 }
 
+// One message with error code 1: a 45-byte log line and a 50-byte error line after headers of
+// 1205 and 1230 bytes. Rows: the maximal size, whether the log and the error file rotate.
 TEST(CSysLogFile, FilesRotateOnlyPastTheirMaximalSizeAndReportItOnTheGeneralChannel)
 {
-    const unsigned line = 41 + 4;
-    for (unsigned extra : {0u, 1u})
+    const std::tuple<unsigned, bool, bool> rows[] = {
+        {1280, false, false}, {1279, false, true}, {1250, false, true}, {1249, true, true}};
+    for (const auto& [maxSize, logRotates, errorRotates] : rows)
     {
-        auto file = Make(73, LOG_HEADER_BYTES + line - extra);
-        Write(*file, 73, 0, "text");
-        EXPECT_EQ(extra == 1, Exists(file->GetLogBackupPath())) << "exactly the maximal size stays";
-        std::vector<std::string> lines = ReadLines(file->GetLogPath());
-        ASSERT_EQ(HEADER_LINES + 1 - extra, lines.size());
-        EXPECT_EQ(extra == 1,
-                  lines[2].rfind(DASHES + " Log file sequel - see backup file for more information -", 0) ==
-                      0);
+        auto file = Make(73, maxSize);
+        Write(*file, 73, 0, "text", 0x1);
+        const std::vector<std::string> log = ReadLines(file->GetLogPath()),
+                                       errors = ReadLines(file->GetErrorPath());
+        EXPECT_EQ(logRotates, Exists(file->GetLogBackupPath())) << maxSize;
+        EXPECT_EQ(errorRotates, Exists(file->GetErrorBackupPath())) << maxSize;
+        EXPECT_EQ(logRotates,
+                  log[2].rfind(DASHES + " Log file sequel - see backup file for more information -", 0) == 0);
+        EXPECT_EQ(errorRotates, errors[2].rfind(DASHES + " Error log file sequel - see backup file", 0) == 0);
+        EXPECT_EQ(HEADER_LINES + !logRotates, log.size()) << maxSize;
     }
-    // The error line is 5 bytes longer: the error file alone rotates.
-    auto file = Make(74, ERR_HEADER_BYTES + line + 5 - 1);
-    Write(*file, 74, 0, "oops", 0x1);
-    EXPECT_TRUE(Exists(file->GetErrorBackupPath()));
-    EXPECT_FALSE(Exists(file->GetLogBackupPath()));
-    EXPECT_EQ(
-        0u, ReadLines(file->GetErrorPath())[2].rfind(DASHES + " Error log file sequel - see backup file", 0));
-    const std::string general = GeneralLog();
-    const std::string path = file->GetErrorPath(), backup = file->GetErrorBackupPath();
-    EXPECT_TRUE(Contains(general, "|C|     0| 0|--- Backuping error file " + path + " ---\r\n"));
-    EXPECT_TRUE(Contains(general, "|C|     0| 0|--- Backup " + backup + " done    ---\r\n"));
-    EXPECT_EQ(4, CountOf(GeneralLog(".err"), "|0001|--- Backup"))
-        << "two rotations, each notice with error code 1";
+    const std::string general = GeneralLog(), path = LOG_DIR + SysLog_GetChannelName(73);
+    EXPECT_TRUE(Contains(general, "|C|     0| 0|--- Backuping log file " + path + ".log ---\r\n"));
+    EXPECT_TRUE(Contains(general, "|C|     0| 0|--- Backuping error file " + path + ".err ---\r\n"));
+    EXPECT_TRUE(Contains(general, "|C|     0| 0|--- Backup " + path + ".err.bak done    ---\r\n"));
+    EXPECT_EQ(8, CountOf(GeneralLog(".err"), "|0001|--- Backup"))
+        << "four rotations, each notice with error code 1";
 }
 
 TEST(CSysLogFile, OversizedExistingFileIsBackedUpWhenOpened)

@@ -3,7 +3,6 @@
 #include "CSysLogServer.h"
 #include "CSysLogDestination.h"
 #include "CSysLogMessage.h"
-#include "SysLogChannelNames.h"
 #include "SysLogTestFiles.h"
 #include <atomic>
 #include <cstdlib>
@@ -16,46 +15,11 @@ namespace
 {
 const std::string EEPROM_LOG = "/mnt/APPS/data/log/cvn_eeprom.log";
 
-// Records what it is given, described.
-class CRecordingDestination : public CSysLogDestination
+// A source the test fills and a destination that records what it is given, described. As a
+// source it has a fixed load, or is served only while loaded and not empty.
+class CQueue : public CSysLogSource, public CSysLogDestination
 {
 public:
-    int WriteMessage(CSysLogMessage* m) override
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mLines.push_back(Describe(*m));
-        return m->mTextLength_U8;
-    }
-    bool IsReadyForReceiving() const override { return mReady.load(); }
-    void Flush() override {}
-    std::vector<std::string> Lines()
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mLines;
-    }
-    std::atomic<bool> mReady{true};
-
-private:
-    std::mutex mMutex;
-    std::vector<std::string> mLines;
-};
-
-// Linked to `channel` of `source` (every channel for 350); lives as long as the process.
-CRecordingDestination& Destination(int source, unsigned channel)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    CRecordingDestination& destination = *new CRecordingDestination;
-    EXPECT_TRUE(server.AddDestination(&destination) &&
-                (channel < SYSLOG_NB_CHANNEL ? server.Link(source, channel, &destination)
-                                             : server.Link(source, &destination)));
-    return destination;
-}
-
-// A source with a fixed load, or one filled by the test and served only while loaded and not empty.
-class CQueueSource : public CSysLogSource
-{
-public:
-    explicit CQueueSource(unsigned fixedLoad = 0) : mFixedLoad(fixedLoad) {}
     void Push(unsigned channel, unsigned sequence, std::string text = "queued")
     {
         std::lock_guard<std::mutex> lock(mMutex);
@@ -77,16 +41,41 @@ public:
         std::lock_guard<std::mutex> lock(mMutex);
         return mFixedLoad != 0 ? mFixedLoad : mLoaded && !mQueue.empty() ? 50 : 0;
     }
-    std::atomic<bool> mLoaded{false};
+    int WriteMessage(CSysLogMessage* m) override
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mLines.push_back(Describe(*m));
+        return m->mTextLength_U8;
+    }
+    bool IsReadyForReceiving() const override { return mReady.load(); }
+    void Flush() override {}
+    std::vector<std::string> Lines()
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mLines;
+    }
+    unsigned mFixedLoad = 0;
+    std::atomic<bool> mReady{true}, mLoaded{false};
 
 private:
-    const unsigned mFixedLoad;
     std::mutex mMutex;
     std::deque<CSysLogMessage> mQueue;
+    std::vector<std::string> mLines;
 };
+
+// A destination linked to `channel` of `source` (every channel for 350); lives as long as the process.
+CQueue& Linked(int source, unsigned channel)
+{
+    CSysLogServer& server = CSysLogServer::GetInstance();
+    CQueue& destination = *new CQueue;
+    EXPECT_TRUE(server.AddDestination(&destination) &&
+                (channel < SYSLOG_NB_CHANNEL ? server.Link(source, channel, &destination)
+                                             : server.Link(source, &destination)));
+    return destination;
+}
 } // namespace
 
-TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFiles)
+TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebibyteFilesWithTheHeader)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
     for (unsigned channel : {0u, 5u, 63u, 64u, 65u, 185u, 224u, 277u, 278u, 349u, 350u, 5000u})
@@ -114,6 +103,21 @@ TEST(CSysLogServer, WithoutConfigurationHostChannelsLogCriticalOnlyIntoFiveMebib
     EXPECT_TRUE(server.IsFileOpened(224) && !server.IsFileOpened(225));
     EXPECT_EQ(1u, server.OpenLogFile()) << "the log menu's count of open files";
     EXPECT_TRUE(Exists(LOG_DIR + "cvn_eeprom.err")) << "opened with the log file";
+
+    // A new header reaches open files at once; at shutdown every open file gets a last line,
+    // written by the worker's next pass.
+    server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
+    std::string expected =
+        "------------------------------------- ORX QUINTARVE --- Machine 42     --- Corvane version "
+        "01.02.03.00004 --- HW Edition 1.10";
+    EXPECT_STREQ(expected.c_str(), server.GetLogFileHeader());
+    EXPECT_TRUE(Contains(ReadFile(EEPROM_LOG), expected + " --- "));
+    server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
+    EXPECT_EQ(1, CountOf(ReadFile(EEPROM_LOG), expected)) << "an unchanged header is not rewritten";
+    server.Shutdown();
+    EXPECT_TRUE(
+        WaitFor([] { return Contains(ReadFile(EEPROM_LOG), "|C|     0| 0|Exiting System Logging\r\n"); }));
+    EXPECT_EQ(1u, server.OpenLogFile()) << "files that never logged stay closed";
 }
 
 // Threshold records apply only to host channels and known levels; file sizes only within limits.
@@ -158,45 +162,10 @@ TEST(CSysLogServer, ConfigurationFilesAreReadAtConstructionAndThresholdsSavedBac
     EXPECT_EQ(2, server.GetThreshold(277));
 }
 
-TEST(CSysLogServer, SourceAndDestinationSlotsAndLinks)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    EXPECT_EQ(0, server.GetSourceId(&server.GetHostSource()));
-    CQueueSource first(0), second(0);
-    EXPECT_TRUE(server.AddSource(&first));
-    EXPECT_FALSE(server.AddSource(&second)) << "two slots only";
-    EXPECT_EQ(1, server.GetSourceId(&first));
-    EXPECT_EQ(-1, server.GetSourceId(&second));
-    CRecordingDestination& destination = Destination(0, 0);
-    CRecordingDestination unknown;
-    EXPECT_EQ(214, server.GetDestId(&destination)) << "after the 214 host channel files";
-    EXPECT_FALSE(server.Link(0, 300, &unknown) || server.Link(2, 300, &destination) ||
-                 server.Link(0, 350, &destination) || server.Link(-1, &destination));
-    EXPECT_TRUE(server.Link(1, &destination));
-    server.RemoveSource(&first);
-    EXPECT_EQ(-1, server.GetSourceId(&first));
-}
-
-TEST(CSysLogServer, FullerSourceIsServedFirstAndTheOtherAfterItsWaitCount)
-{
-    CQueueSource low(30), high(60);
-    SSysLogSourceSlot slots[2] = {};
-    slots[0].mpSource = &low;
-    slots[1].mpSource = &high;
-    uint32_t loads[2] = {};
-    std::string order;
-    for (int i = 0; i < 20; i++)
-        order += std::to_string(CSysLogServer::SelectSourceToProcess(slots, loads));
-    // Slot 0 waits until its count passes (100 - 30) / 10 + 1 = 8; slot 1 passes 5 only when it loses.
-    EXPECT_EQ("11111111101111111110", order);
-    EXPECT_EQ(30u, loads[0]);
-    EXPECT_EQ(60u, loads[1]);
-}
-
 TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothing)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
-    CRecordingDestination& destination = Destination(0, 300);
+    CQueue& destination = Linked(0, 300);
     destination.mReady = false;
     server.SetThreshold(300, SYSLOG_DEBUG);
     for (int i = 0; i < 50; i++)
@@ -215,36 +184,25 @@ TEST(CSysLogServer, PassWritesAtMostTwentyMessagesAndABusyDestinationLosesNothin
     EXPECT_GE(statistics.mMaxFullPasses_U32, 1u);
 }
 
-// At shutdown every open file gets a last line, written by the worker's next pass.
-TEST(CSysLogServer, NewHeaderReachesOpenFilesAtOnceAndShutdownLeavesAFinalLine)
+// The flush's last sweep reads one more message per open file and one for the entry at counter
+// 228 whatever its state; what a destination is not ready for is dropped; the worker reports a
+// message on a channel of 350 or more on channel 5 instead, and serves the fuller source first.
+TEST(CSysLogServer, SourceSlotsLinksFlushesAndTheChoiceOfTheSourceToServe)
 {
     CSysLogServer& server = CSysLogServer::GetInstance();
-    server.GetHostSource().LogMessage(224, 1, 0, 1, 1, "before");
-    server.FlushPendingMessages();
-    server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
-    std::string expected =
-        "------------------------------------- ORX QUINTARVE --- Machine 42     --- Corvane version "
-        "01.02.03.00004 --- HW Edition 1.10";
-    EXPECT_STREQ(expected.c_str(), server.GetLogFileHeader());
-    EXPECT_TRUE(Contains(ReadFile(EEPROM_LOG), expected + " --- "));
-    server.SetLogFileHeader(42, "01.02.03.00004", "1.10");
-    EXPECT_EQ(1, CountOf(ReadFile(EEPROM_LOG), expected)) << "an unchanged header is not rewritten";
-    server.Shutdown();
-    EXPECT_TRUE(
-        WaitFor([] { return Contains(ReadFile(EEPROM_LOG), "|C|     0| 0|Exiting System Logging\r\n"); }));
-    EXPECT_FALSE(Exists(LOG_DIR + SysLog_GetChannelName(64) + ".log"))
-        << "files that never logged stay closed";
-}
-
-TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCounter228)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    CQueueSource source;
+    EXPECT_EQ(0, server.GetSourceId(&server.GetHostSource()));
+    CQueue source, second;
     ASSERT_TRUE(server.AddSource(&source));
-    CRecordingDestination& destination = Destination(1, SYSLOG_NB_CHANNEL); // every channel
+    EXPECT_FALSE(server.AddSource(&second)) << "two slots only";
+    EXPECT_EQ(1, server.GetSourceId(&source));
+    EXPECT_EQ(-1, server.GetSourceId(&second));
+    CQueue& destination = Linked(1, SYSLOG_NB_CHANNEL);
+    CQueue& general = Linked(0, 5);
+    EXPECT_EQ(214, server.GetDestId(&destination)) << "after the 214 host channel files";
+    EXPECT_FALSE(server.Link(0, 300, &second) || server.Link(2, 300, &destination) ||
+                 server.Link(0, 350, &destination) || server.Link(-1, &destination));
     for (unsigned sequence = 0; sequence < 10; sequence++)
         source.Push(300, sequence);
-
     // Each row: host channels whose files are open before the flush, then the messages written.
     const std::pair<std::vector<unsigned>, size_t> steps[] = {
         {{}, 1},              // no file open: the entry at counter 228 (channel 227) alone reads one
@@ -262,36 +220,41 @@ TEST(CSysLogServer, FlushSweepReadsOneMessagePerOpenFileAndOneForTheEntryAtCount
         server.Flush(1, 0);
         EXPECT_EQ(step.second, destination.Lines().size()) << step.first.size() << " open";
     }
-    server.RemoveSource(&source);
-}
-
-// The worker reports a message on a channel of 350 or more on channel 5 instead.
-TEST(CSysLogServer, FlushDropsWhatItsDestinationIsNotReadyForAndTheWorkerReportsBadChannels)
-{
-    CSysLogServer& server = CSysLogServer::GetInstance();
-    CQueueSource source;
-    ASSERT_TRUE(server.AddSource(&source));
-    CRecordingDestination& destination = Destination(1, 300);
-    CRecordingDestination& general = Destination(0, 5);
     server.SetThreshold(5, SYSLOG_CRITICAL);
-    for (unsigned sequence = 0; sequence < 3; sequence++)
+    for (unsigned sequence = 10; sequence < 13; sequence++)
         source.Push(300, sequence);
-    server.Flush(2, 10); // there is no third source slot
     destination.mReady = false;
     server.Flush(1, 10);
     // Ready again, the worker serves the slot: only the new message arrives, nothing was held back.
     destination.mReady = true;
-    source.Push(300, 3);
-    source.Push(350, 4);
-    source.Push(4000, 5, "");
+    source.Push(300, 13);
+    source.Push(350, 14);
+    source.Push(4000, 15, "");
     source.mLoaded = true;
     ASSERT_TRUE(WaitFor([&] { return general.Lines().size() == 2; }));
     server.FlushPendingMessages();
-    EXPECT_EQ(std::vector<std::string>{"300 1 0 0 0 3: queued"}, destination.Lines());
+    EXPECT_EQ(10u, destination.Lines().size());
+    EXPECT_EQ("300 1 0 0 0 13: queued", destination.Lines().back());
     EXPECT_EQ((std::vector<std::string>{"5 1 0 0 0 0: SYSLOG DEBUG - Channel == 350",
                                         "5 1 0 0 0 1: SYSLOG DEBUG - Channel == 4000"}),
               general.Lines());
     server.RemoveSource(&source);
+    EXPECT_EQ(-1, server.GetSourceId(&source));
+
+    // The fuller source is served first, the other after its wait count.
+    source.mFixedLoad = 30;
+    second.mFixedLoad = 60;
+    SSysLogSourceSlot slots[2] = {};
+    slots[0].mpSource = &source;
+    slots[1].mpSource = &second;
+    uint32_t loads[2] = {};
+    std::string order;
+    for (int i = 0; i < 20; i++)
+        order += std::to_string(CSysLogServer::SelectSourceToProcess(slots, loads));
+    // Slot 0 waits until its count passes (100 - 30) / 10 + 1 = 8; slot 1 passes 5 only when it loses.
+    EXPECT_EQ("11111111101111111110", order);
+    EXPECT_EQ(30u, loads[0]);
+    EXPECT_EQ(60u, loads[1]);
 }
 
 // A fresh process: the server is built, fed faster than its worker writes, then left by exit.

@@ -1,6 +1,5 @@
 // The log framework writes to absolute paths under /mnt/APPS. The tests run in a private mount
 // namespace with an empty tmpfs over /mnt, so the machine's real /mnt is never touched.
-#include <cerrno>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <sched.h>

@@ -14,7 +14,9 @@
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
+#include <vector>
 
 using OrxHwLGPL::_STRUCT_STAT_INFO;
 using OrxHwLGPL::CProcExplorer;
@@ -67,13 +69,10 @@ TEST(CProcExplorer, ReadsStatLinesAndFindsProcessesByName)
     ASSERT_EQ(explorer.GetStatInfoFromPid(static_cast<unsigned int>(getpid()), &info), 0);
     std::string command;
     std::getline(std::ifstream("/proc/self/comm"), command);
-    EXPECT_EQ(std::string(info.pCommand_c), "(" + command + ")");
-    EXPECT_EQ(info.Pid_S32, getpid());
-    EXPECT_EQ(info.State_c, 'R');
-    EXPECT_EQ(info.ParentPid_S32, getppid());
-    EXPECT_EQ(info.ProcessGroup_S32, getpgrp());
-    EXPECT_EQ(static_cast<int>(info.SchedulingPolicy_U32), sched_getscheduler(0));
-    EXPECT_EQ(info.ExitSignal_S32, SIGCHLD);
+    EXPECT_EQ(std::string(info.pCommand_c) + info.State_c, "(" + command + ")R");
+    EXPECT_EQ((std::vector<long long>{info.Pid_S32, info.ParentPid_S32, info.ProcessGroup_S32,
+                                      info.SchedulingPolicy_U32, info.ExitSignal_S32}),
+              (std::vector<long long>{getpid(), getppid(), getpgrp(), sched_getscheduler(0), SIGCHLD}));
     EXPECT_EQ(explorer.GetStatInfoFromPid(0, &info), -1);
     EXPECT_EQ(explorer.GetPidFromName(nullptr), -1);
     // Names match with their parentheses and the lowest pid wins.
@@ -84,6 +83,7 @@ TEST(CProcExplorer, ReadsStatLinesAndFindsProcessesByName)
     const int lowest = std::min(first.pid, second.pid);
     EXPECT_EQ(explorer.GetPidFromName(("(" + name + ")").c_str()), lowest);
     EXPECT_EQ(explorer.GetPidFromName(name.c_str()), -1) << "without parentheses";
+    EXPECT_EQ(explorer.GetPidFromName(("(" + name).c_str()), -1) << "a beginning is not the name";
     EXPECT_EQ(explorer.GetPidFromPartialName(name.substr(1).c_str()), lowest);
     EXPECT_EQ(explorer.GetPidFromPartialName((name + ")").c_str()), lowest);
     EXPECT_EQ(explorer.GetPidFromName(("(" + blank + ")").c_str()), -1) << "a blank splits the name";
@@ -123,49 +123,43 @@ TEST(CProcExplorer, ReadsStatLinesAndFindsProcessesByName)
 // needed: each call raises them for itself and drops them again.
 TEST(CProcExplorer, PriorityCallsCheckTheirArgumentsAndSetFifoWithRightsRaisedForTheCall)
 {
-    // "child" stands for the child's name, or its pid by pid; errno -1: any.
-    const struct
-    {
-        char call; // p: by pid, n: by name, s: by part of the name
-        const char* target;
-        unsigned priority;
-        int result, error;
-        const char* scheduling;
-    } rows[] = {{'p', "child", 99, 0, -1, "fifo 99"},
-                {'p', "child", 100, -1, 0, "other 0"},
-                {'p', "-1", 10, -1, 0, "other 0"},
-                {'n', "(child)", 97, 0, -1, "fifo 97"},
-                {'n', "(child)", 100, -1, 0, "other 0"},
-                {'n', "child", 10, -1, -1, "other 0"},
-                {'n', nullptr, 10, -1, 0, "other 0"},
-                {'s', "child", 95, 0, -1, "fifo 95"},
-                {'s', "child", 100, -1, EINVAL, "other 0"}, // no range check: the system refuses
-                {'s', "svk-no-such-process", 10, -1, -1, "other 0"}};
-    for (const auto& row : rows)
+    // By pid ('p'), by name ('n') or by part of the name ('s'); "child" stands for the child's name,
+    // or its pid by pid; an errno of -1: any.
+    const std::tuple<char, const char*, unsigned, int, int, const char*> rows[] = {
+        {'p', "child", 99, 0, -1, "fifo 99"},
+        {'p', "child", 100, -1, 0, "other 0"},
+        {'p', "-1", 10, -1, 0, "other 0"},
+        {'n', "(child)", 97, 0, -1, "fifo 97"},
+        {'n', "(child)", 100, -1, 0, "other 0"},
+        {'n', "child", 10, -1, -1, "other 0"},
+        {'n', nullptr, 10, -1, 0, "other 0"},
+        {'s', "child", 95, 0, -1, "fifo 95"},
+        {'s', "child", 100, -1, EINVAL, "other 0"}, // no range check: the system refuses
+        {'s', "svk-no-such-process", 10, -1, -1, "other 0"}};
+    for (const auto& [call, wanted, priority, result, error, scheduling] : rows)
     {
         const std::string name = Unique("svkr");
         NamedChild child(name);
         ASSERT_GT(child.pid, 0);
-        std::string target = row.target != nullptr ? row.target : "";
+        std::string target = wanted != nullptr ? wanted : "";
         if (target.find("child") != std::string::npos)
-            target.replace(target.find("child"), 5, row.call == 'p' ? std::to_string(child.pid) : name);
-        const char* text = row.target != nullptr ? target.c_str() : nullptr;
+            target.replace(target.find("child"), 5, call == 'p' ? std::to_string(child.pid) : name);
+        const char* text = wanted != nullptr ? target.c_str() : nullptr;
         const std::string report = RunInForkedChild(
-            [&]
+            [&, call = call, priority = priority, error = error]
             {
                 if (setresuid(1000, 0, 0) != 0 ||
                     !Orx::KrpcLinuxTools::Permissions::GetInstance()->DropPriveleges())
                     return std::string("identity set-up failed");
                 errno = 0;
-                const int result =
-                    row.call == 'p'   ? CProcExplorer::SetPriorityFromPid(std::stoi(target), row.priority)
-                    : row.call == 'n' ? CProcExplorer::SetPriorityFromName(text, row.priority)
-                                      : CProcExplorer::SetPriorityFromPartialName(text, row.priority);
-                return std::to_string(result) + " errno " + std::to_string(row.error == -1 ? -1 : errno) +
-                       " as " + std::to_string(geteuid());
+                const int got = call == 'p'   ? CProcExplorer::SetPriorityFromPid(std::stoi(target), priority)
+                                : call == 'n' ? CProcExplorer::SetPriorityFromName(text, priority)
+                                              : CProcExplorer::SetPriorityFromPartialName(text, priority);
+                return std::to_string(got) + " errno " + std::to_string(error == -1 ? -1 : errno) + " as " +
+                       std::to_string(geteuid());
             });
-        SCOPED_TRACE(std::string(1, row.call) + " " + target + " " + std::to_string(row.priority));
-        EXPECT_EQ(report, std::to_string(row.result) + " errno " + std::to_string(row.error) + " as 1000");
-        EXPECT_EQ(SchedulingOf(child.pid), row.scheduling);
+        SCOPED_TRACE(std::string(1, call) + " " + target + " " + std::to_string(priority));
+        EXPECT_EQ(report + " " + SchedulingOf(child.pid),
+                  std::to_string(result) + " errno " + std::to_string(error) + " as 1000 " + scheduling);
     }
 }

@@ -18,7 +18,7 @@ class PollCost
 public:
     static constexpr int64_t kAccessNs = 1'000;
     static constexpr int64_t kTscReadNs = 1'000;
-    static constexpr int64_t kMaxNs = 10'000'000;
+    static constexpr int64_t kMaxNs = 1'000'000;
     static constexpr int64_t kShare = 16;
     static constexpr int kMaxPeriod = 4;
 
