@@ -30,12 +30,6 @@ Args PageFault(uint32_t address, const std::string& status)
 {
     return {"--fault", "page-status=" + std::to_string(address) + ":" + status};
 }
-// Its last page answers the micro-code error 1 to every read of the first run (5 tries, 3
-// attempts); the repair writes it again.
-Args UnreadableFault(uint32_t copy)
-{
-    return PageFault(CopyAddress(copy) + 19 * PAGE_SIZE, "1:15");
-}
 
 std::string Text(const std::string& serial, const std::string& chassis)
 {
@@ -125,10 +119,8 @@ const uint32_t LAST_PAGE = CopyAddress(0) + 19 * PAGE_SIZE; // of copy 0
 // Copy 0's last page answers 1 to reads and writes alike: the repair reports its status.
 const Args LAST_PAGE_FAILS = PageFault(LAST_PAGE, "1");
 
-SRunCase Board(const std::string& board, const std::string& detected)
+SRunCase Board(const std::string& name, const std::string& board, const std::string& detected)
 {
-    std::string name = "Board" + board;
-    name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
     return {name,       Unit("SN123456", 16),       {"--board", board},
             {"--json"}, Json("SN123456", "KV-Arc"), Connected(detected)};
 }
@@ -145,8 +137,8 @@ INSTANTIATE_TEST_SUITE_P(
         // The chassis names themselves are CKvFunctionality's; here only that an unnamed code
         // still prints its line.
         SRunCase{"UnnamedChassisCode", Unit("SN123456", 4), {}, {}, Text("SN123456", ""), Connected()},
-        Board("ZEBX", "Detected ZEBX board"), Board("Q5KP", "Detected Q5KP board"),
-        Board("Q5KP-V", "Detected Q5KP board"), Board("Q7K", "Detected Q7K board"),
+        Board("BoardZEBX", "ZEBX", "Detected ZEBX board"), Board("BoardQ5KP", "Q5KP", "Detected Q5KP board"),
+        Board("BoardQ5KPV", "Q5KP-V", "Detected Q5KP board"), Board("BoardQ7K", "Q7K", "Detected Q7K board"),
         SRunCase{"NoBoardPrintsNothing", UNIT, {"--fault", "no-drivers"}, {"--json"}, "", NO_BOARD},
         SRunCase{"NoValidRecordReportsDefaults", NO_GOOD_COPY, {}, {"--json"}, "", ReadFailed("0xb")},
         // An EEPROM that does not acknowledge is polled until it answers, ten polls a transfer.
@@ -184,7 +176,9 @@ void PatchCopies(const std::string& path, uint32_t offset, const std::vector<uin
 struct SCopyCase
 {
     const char* Name;
-    const char* Copies; // per copy: G good, B bad checksum, U good but its last page unreadable
+    // Per copy: G good, B bad checksum, U good but its last page answers the micro-code error 1 to
+    // every read of the first run (5 tries, 3 attempts); the repair writes it again.
+    const char* Copies;
     bool OldGood;
     // Per run: "ok" (printed, nothing written) or "D<S": copy D rewritten from copy S.
     std::vector<std::string> Runs;
@@ -202,7 +196,7 @@ TEST_P(CopyRepair, ReadsTheFirstGoodCopyAndRewritesTheFirstDamagedOnePerRun)
     {
         copies += std::string(copy ? "," : "") + (c.Copies[copy] == 'B' ? "bad-checksum" : "good");
         if (c.Copies[copy] == 'U')
-            faults = UnreadableFault(copy);
+            faults = PageFault(CopyAddress(copy) + 19 * PAGE_SIZE, "1:15");
     }
     const std::string image = sim.Image(Copies(copies, c.OldGood));
     ASSERT_FALSE(image.empty());
