@@ -1,28 +1,17 @@
-// Wake-up, identification, command protocol and I2C of the toolbox against the simulated board.
+// Wake-up, identification, bus recovery and reset pulse of the toolbox against the simulated board.
 #include "ToolboxRun.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
+#include <numeric>
 
 namespace
 {
-const std::string TIMEOUT = "4294967295";
-
-// Times the reset line was asserted: each attempt's reset pulse asserts it twice.
-size_t ResetAsserts(const SSimResult& run)
-{
-    const std::vector<uint32_t> lines = TraceNumbers(run.Events("reset"), "line");
-    return std::count(lines.begin(), lines.end(), 1u);
-}
-
 struct SModelCase
 {
     const char* Name;
     const char* Board;
     const char* Ident;
     const char* Version; // the two board-version bytes
-    // type, pcb, jumpers, components of the board infos
-    std::vector<std::string> Infos;
+    const char* Infos;   // the board infos as sim-probe prints them
     std::vector<uint32_t> LastCommands;
 };
 
@@ -33,150 +22,35 @@ TEST_P(WakeUpModelTest, IdentifiesTheModelAndFillsTheBoardInfos)
     const SModelCase& model = GetParam();
     const SSimResult run = ToolboxRun(
         {"--board", model.Board, "--ident", model.Ident, "--board-version", model.Version}, {"wakeup", "3"});
-    ASSERT_EQ(run.Value("0.result"), "0") << run.Out;
-    const char* const keys[] = {"0.type", "0.pcb", "0.jumpers", "0.components"};
-    for (size_t i = 0; i < 4; ++i)
-        EXPECT_EQ(run.Value(keys[i]), model.Infos[i]) << keys[i];
-    EXPECT_EQ(run.Value("0.rbf"), "0");
-    EXPECT_EQ(run.Value("0.reserved"), "000000");
+    const std::string infos = "0.result=0 " + std::string(model.Infos) + " 0.rbf=0 0.reserved=000000";
+    EXPECT_EQ(Printed(run, infos), infos);
     ASSERT_EQ(run.Commands(0x05).size(), 1u);
     EXPECT_EQ(run.Value("0.id"), std::to_string(TraceNumber(run.Commands(0x05)[0], "ident")));
-    EXPECT_EQ(ResetAsserts(run), 2u);
     const std::vector<uint32_t> opcodes = TraceNumbers(run.Events("cmd"), "op");
     ASSERT_GT(opcodes.size(), model.LastCommands.size());
     EXPECT_EQ(opcodes.front(), 0x01u);
     EXPECT_EQ(std::vector<uint32_t>(opcodes.end() - model.LastCommands.size(), opcodes.end()),
               model.LastCommands);
-    // Models that take the I2C probe send one empty transfer.
-    const std::vector<uint32_t> probes(model.LastCommands.size() == 4 ? 1 : 0, 0);
-    EXPECT_EQ(TraceNumbers(run.Events("i2c"), "wr"), probes);
-    EXPECT_EQ(TraceNumbers(run.Events("i2c"), "rd"), probes);
+    // One reset pulse (the line asserted twice); models that take the I2C probe send one empty transfer.
+    const std::string counts =
+        model.LastCommands.size() == 4 ? "reset:line=1*2 i2c*1 i2c:wr=0,rd=0*1" : "reset:line=1*2 i2c*0";
+    EXPECT_EQ(Counted(run, counts), counts);
 }
 
 const std::vector<uint32_t> WITH_I2C = {0x05, 0x92, 0x90, 0x03};
 const std::vector<uint32_t> WITHOUT_I2C = {0x05, 0x03};
 
-INSTANTIATE_TEST_SUITE_P(
-    Models, WakeUpModelTest,
-    testing::Values(
-        // ZEBX keeps the version bytes whole and has no jumpers.
-        SModelCase{"ZEBX", "ZEBX", "0x12", "0x37,0x45", {"0", "55", "0", "69"}, WITH_I2C},
-        SModelCase{"Q5K", "Q5K", "0xB2", "0x53,0x24", {"1", "3", "5", "4"}, WITH_I2C},
-        // A zero low nibble means the jumpers are not readable: reported as 0.
-        SModelCase{"Q5K_no_jumpers", "Q5K", "0xB2", "0x50,0x2F", {"1", "0", "0", "15"}, WITH_I2C},
-        SModelCase{"Q5KP", "Q5KP", "0xC5", "0x23,0x41", {"2", "3", "2", "1"}, WITHOUT_I2C},
-        SModelCase{"Q5KP_variant", "Q5KP-V", "0xC5", "0x2A,0x41", {"3", "10", "2", "1"}, WITHOUT_I2C}),
-    ByName);
-
-TEST(WakeUpQ7KTest, DetectsFromRegisterZeroAndWakesAfterOnePowerCycle)
-{
-    const SSimResult run =
-        ToolboxRun({"--board", "Q7K", "--q7k-regs", "0xD1,0x02,0x34,0x05"}, {"wakeup", "3"});
-    const std::vector<std::pair<const char*, const char*>> detected = {
-        {"type", "4"}, {"id", "209"}, {"pcb", "2"}, {"jumpers", "3"}, {"components", "4"}, {"rbf", "5"}};
-    for (const auto& [key, value] : detected)
-        EXPECT_EQ(run.Value(key), value) << key;
-    // The helper got the communication RAM from outside: its accessor has length 0, the status
-    // reads 0 at the first poll and the wake-up ends after the first power cycle.
-    EXPECT_EQ(run.Value("0.result"), "0");
-    Args states;
-    for (const Json::Value& event : run.Events("psu"))
-        states.push_back(event["state"].asString());
-    EXPECT_EQ(states, (Args{"off", "on"}));
-    EXPECT_TRUE(run.Events("reset").empty());
-    EXPECT_EQ(run.Value("0.us"), "11502258");
-}
-
-// The escape sequence and both switch commands each wait for the FIFO in vain for just over a
-// second; the board, never switched off, then answers the first handshake.
-TEST(WakeUpQ7KTest, StuckUartGivesUpEachTransmitAfterASecond)
-{
-    const SSimResult run = ToolboxRun({"--board", "Q7K", "--fault", "uart-stuck"}, {"wakeup", "3"});
-    EXPECT_EQ(run.Value("0.result"), "0");
-    EXPECT_TRUE(run.Events("psu").empty());
-    EXPECT_EQ(run.Value("0.us"), "14506183");
-}
-
-// A micro-code that never starts: five power cycles of 30 handshakes, each given up just after
-// 1.001 s, then code 1.
-TEST(WakeUpQ7KTest, SilentBoardFailsAfterFivePowerCyclesOfThirtyHandshakes)
-{
-    const SSimResult run =
-        ToolboxRun({"--board", "Q7K", "--timing", "q7k-boot=1000000000"}, {"q7kown", "wakeup", "3"});
-    EXPECT_EQ(run.Value("1.result"), "1");
-    EXPECT_EQ(run.Events("psu").size(), 10u);
-    EXPECT_EQ(run.Value("1.us"), "202666670");
-}
-
-struct SAttemptCase
-{
-    const char* Name;
-    Args Options;
-    Args Ops;
-    const char* Result; // of the wake-up, the last operation
-    size_t Attempts;
-    size_t PowerCycles;
-    std::vector<std::pair<uint32_t, size_t>> Commands; // opcode, how many times
+const SModelCase MODELS[] = {
+    // ZEBX keeps the version bytes whole and has no jumpers.
+    {"ZEBX", "ZEBX", "0x12", "0x37,0x45", "0.type=0 0.pcb=55 0.jumpers=0 0.components=69", WITH_I2C},
+    {"Q5K", "Q5K", "0xB2", "0x53,0x24", "0.type=1 0.pcb=3 0.jumpers=5 0.components=4", WITH_I2C},
+    // A zero low nibble means the jumpers are not readable: reported as 0.
+    {"Q5K_no_jumpers", "Q5K", "0xB2", "0x50,0x2F", "0.type=1 0.pcb=0 0.jumpers=0 0.components=15", WITH_I2C},
+    {"Q5KP", "Q5KP", "0xC5", "0x23,0x41", "0.type=2 0.pcb=3 0.jumpers=2 0.components=1", WITHOUT_I2C},
+    {"Q5KP_variant", "Q5KP-V", "0xC5", "0x2A,0x41", "0.type=3 0.pcb=10 0.jumpers=2 0.components=1",
+     WITHOUT_I2C},
 };
-
-using WakeUpAttemptTest = testing::TestWithParam<SAttemptCase>;
-
-TEST_P(WakeUpAttemptTest, ReturnsItsCodeAfterTheAttemptsItsRuleAllows)
-{
-    const SAttemptCase& c = GetParam();
-    const SSimResult run = ToolboxRun(c.Options, c.Ops);
-    // The wake-up is the last operation: the first, or the second after an interface change.
-    EXPECT_EQ(run.Value(std::to_string(c.Ops[0] == "iface") + ".result"), c.Result);
-    EXPECT_EQ(ResetAsserts(run), 2 * c.Attempts);
-    EXPECT_EQ(run.Events("psu").size(), 2 * c.PowerCycles);
-    for (const auto& [opcode, count] : c.Commands)
-        EXPECT_EQ(run.Commands(opcode).size(), count) << "opcode " << opcode;
-}
-
-Args Q5KFault(const char* fault)
-{
-    return {"--board", "Q5K", "--fault", fault};
-}
-const Args STUCK_ZEBX = {"--board", "ZEBX", "--ident", "0x12", "--fault", "i2c-stuck"};
-
-INSTANTIATE_TEST_SUITE_P(
-    Codes, WakeUpAttemptTest,
-    testing::Values(
-        SAttemptCase{"reset_stuck", Q5KFault("reset-stuck"), {"wakeup", "2"}, "1", 2, 0, {}},
-        SAttemptCase{"ram_check", Q5KFault("ram-check-fail"), {"wakeup", "2"}, "1", 2, 0, {}},
-        SAttemptCase{"ident", Q5KFault("ident-fail=0x21"), {"wakeup", "2"}, "3", 1, 0, {}},
-        SAttemptCase{"version", Q5KFault("version-fail=0x22"), {"wakeup", "2"}, "4", 1, 0, {}},
-        SAttemptCase{"wakeup_step", Q5KFault("wakeup-step-fail=0x23"), {"wakeup", "2"}, "5", 1, 0, {}},
-        SAttemptCase{"i2c_stuck_hard", Q5KFault("i2c-stuck-hard"), {"wakeup", "2"}, "6", 2, 0, {}},
-        // Through interface 0 the flag at 0x0003 lands on the address's second byte, so the bus
-        // reset misses the GPIO pins; through interface 1 it reaches them and the next attempt
-        // succeeds. One bus reset (two writes to its register) per failed attempt.
-        SAttemptCase{"i2c_stuck_interface_0", STUCK_ZEBX, {"wakeup", "3"}, "6", 3, 0, {{0x90, 3}, {0x81, 6}}},
-        SAttemptCase{
-            "i2c_stuck_interface_1", STUCK_ZEBX, {"iface", "1", "0", "wakeup", "3"}, "0", 2, 0, {{0x90, 2}}},
-        SAttemptCase{"zero_attempts", {"--board", "Q5K"}, {"wakeup", "0"}, "0", 0, 0, {{0x01, 0}}},
-        // A Q7K runs its power cycle even for zero attempts.
-        SAttemptCase{"zero_attempts_q7k", {"--board", "Q7K"}, {"--type", "4", "wakeup", "0"}, "0", 0, 1, {}}),
-    ByName);
-
-// A bootstrap that never answers is asked 201 times per attempt (about 20 s of 1 s queries with
-// 100 ms pauses) before the attempt fails with 2; it never takes a command.
-TEST(WakeUpRetryTest, SilentBootstrapIsAskedTwoHundredAndOneTimesPerAttempt)
-{
-    const SSimResult run = ToolboxRun(Q5KFault("bootstrap-silent"), {"wakeup", "2"});
-    EXPECT_EQ(run.Value("0.result"), "2");
-    EXPECT_TRUE(run.Commands(0x01).empty());
-    std::vector<size_t> perAttempt;
-    for (const Json::Value& event : run.Trace)
-    {
-        if (event["ev"] == "reset" && event["line"].asUInt() == 1 &&
-            (perAttempt.empty() || perAttempt.back() != 0))
-            perAttempt.push_back(0); // the first edge of a reset pulse starts an attempt
-        else if (event["ev"] == "doorbell" && event["op"] == "0x01" && !perAttempt.empty())
-            ++perAttempt.back();
-    }
-    EXPECT_EQ(perAttempt, (std::vector<size_t>{201, 201}));
-}
+INSTANTIATE_TEST_SUITE_P(Models, WakeUpModelTest, testing::ValuesIn(MODELS), ByName);
 
 struct SRecoveryCase
 {
@@ -227,36 +101,6 @@ INSTANTIATE_TEST_SUITE_P(Interfaces, BusRecoveryTest,
                                          SRecoveryCase{"interface_1_exact_address", "1", 0x0A}),
                          ByName);
 
-TEST(CommandProtocolTest, EachInterfaceUsesItsOwnMailbox)
-{
-    const SSimResult run =
-        ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "exec", "0x01", "1000", "1", "1", "exec", "0x01",
-                                        "1000", "2", "0", "exec", "0x01", "1000", "0", "0"});
-    const std::vector<uint32_t> mailboxes = TraceNumbers(run.Commands(0x01), "mbx");
-    ASSERT_GE(mailboxes.size(), 3u);
-    EXPECT_EQ(std::vector<uint32_t>(mailboxes.end() - 3, mailboxes.end()),
-              (std::vector<uint32_t>{0x2F24, 0x3024, 0x0000}));
-    for (const char* key : {"1.result", "2.result", "3.result"})
-        EXPECT_EQ(run.Value(key), "0") << key;
-}
-
-TEST(I2CServiceTest, EmptyAndOversizedCountsArePostedAsTheirLow16Bits)
-{
-    const SSimResult run =
-        ToolboxRun({"--board", "Q5K"}, {"wakeup", "1", "i2c", "0", "0", "i2c-nobuf", "0x10002", "0x10003"});
-    // The wake-up's probe, then ours.
-    ASSERT_EQ(TraceNumbers(run.Events("i2c"), "wr"), (std::vector<uint32_t>{0, 0, 2}));
-    EXPECT_EQ(TraceNumbers(run.Events("i2c"), "rd"), (std::vector<uint32_t>{0, 0, 3}));
-    EXPECT_EQ(run.Value("1.result"), std::to_string(TraceNumbers(run.Events("i2c"), "status")[1]));
-}
-
-TEST(I2CServiceTest, FailedTransferLeavesTheReadBufferAsItWas)
-{
-    const SSimResult run = ToolboxRun({"--board", "Q5K", "--fault", "i2c-stuck-hard"}, {"i2c", "2", "4"});
-    EXPECT_NE(run.Value("0.result"), "0");
-    EXPECT_EQ(run.Value("0.read"), "EEEEEEEE");
-}
-
 // Virtual time is exact: each wait is the counter's busy-wait of its span, the last read landing
 // past it by at most a sixteenth, so each width is a fixed figure.
 TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
@@ -264,59 +108,12 @@ TEST(ResetPulseTest, EachEdgeIsHeld10msThenTheBoardGets100ms)
     const SSimResult run = ToolboxRun({"--board", "Q5K"}, {"reset", "exec", "0x01", "10", "0", "0"});
     std::vector<int64_t> times;
     for (const Json::Value& event : run.Trace)
-    {
         if (event["ev"] == "reset" || event["ev"] == "doorbell")
             times.push_back(event["t_us"].asInt64());
-    }
-    std::vector<int64_t> widths;
-    for (size_t i = 1; i < times.size(); ++i)
-        widths.push_back(times[i] - times[i - 1]);
-    EXPECT_EQ(widths, (std::vector<int64_t>{10499, 10500, 10500, 101052}));
+    std::adjacent_difference(times.begin(), times.end(), times.begin());
+    EXPECT_EQ(std::vector<int64_t>(times.begin() + 1, times.end()),
+              (std::vector<int64_t>{10499, 10500, 10500, 101052}));
     EXPECT_EQ(run.Events("reset")[3]["line"], 0);
 }
 
-struct SDeadlineCase
-{
-    const char* Name;
-    const char* Fault;
-    Args Ops; // after a reset; the last one is the operation timed
-    const char* Result;
-    int64_t Us;
-};
-
-using DeadlineTest = testing::TestWithParam<SDeadlineCase>;
-
-TEST_P(DeadlineTest, EndsWithItsResultAtItsTime)
-{
-    const SDeadlineCase& c = GetParam();
-    Args ops = {"reset"};
-    ops.insert(ops.end(), c.Ops.begin(), c.Ops.end());
-    const SSimResult run = ToolboxRun({"--board", "Q5K", "--fault", c.Fault}, ops);
-    size_t last = 0;
-    for (const std::string& op : ops)
-        last += op.find_first_not_of("0123456789x") != std::string::npos;
-    const std::string key = std::to_string(last - 1);
-    EXPECT_EQ(run.Value(key + ".result"), c.Result) << run.Out;
-    EXPECT_EQ(run.Value(key + ".us"), std::to_string(c.Us));
-}
-
-const Args PRESENCE = {"dpram", "10", "bootstrap", "20", "exec", "0x01", "1000", "0", "0"};
-const Args PRESENCE_1MS = {"dpram", "10", "bootstrap", "20", "exec", "0x01", "1", "0", "0"};
-const Args STUCK = {"dpram", "10", "exec", "0x01", "300", "0", "0"};
-
-INSTANTIATE_TEST_SUITE_P(
-    Waits, DeadlineTest,
-    testing::Values(
-        // The RAM check probes 101 times over 10 s: the 101st probe still counts.
-        SDeadlineCase{"ram_on_the_last_probe", "ram-late=100", {"dpram", "10"}, "1", 10087915},
-        SDeadlineCase{"ram_never", "ram-late=101", {"dpram", "10"}, "0", 10189961},
-        // The stable pair reads pending, the confirming read the answer: taken on the next pass.
-        SDeadlineCase{"unsettled_taken_next_pass", "status-unsettled=2", PRESENCE, "0", 65},
-        // Still being written at the deadline: a bounded number of late reads, then taken...
-        SDeadlineCase{"settles_after_deadline", "status-flicker=2000", PRESENCE_1MS, "0", 2561},
-        // ...or the command times out.
-        SDeadlineCase{"never_settles", "status-flicker=8000", PRESENCE_1MS, TIMEOUT.c_str(), 6006},
-        SDeadlineCase{"stuck_pending", "status-stuck=0x80", STUCK, TIMEOUT.c_str(), 303193},
-        SDeadlineCase{"stuck_busy", "status-stuck=0xFF", STUCK, TIMEOUT.c_str(), 304242}),
-    ByName);
 } // namespace

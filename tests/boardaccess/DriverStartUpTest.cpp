@@ -1,8 +1,5 @@
-// Start-up of the driver handles on both host boards, module loading, and a machine without the
-// board's drivers.
+// Start-up of the driver handles on both host boards: module loading, release, Q7K registers.
 #include "ToolboxRun.h"
-
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -22,10 +19,8 @@ TEST_P(ModuleLoadingTest, LoadsWhatIsMissingOnceAndLogsUnderOneIdentity)
 {
     const SModuleCase& c = GetParam();
     const SSimResult run = ToolboxRun(c.Options, {});
-    EXPECT_EQ(run.Value("kv"), "1");
-    EXPECT_EQ(run.Value("interface"), "0");
-    EXPECT_EQ(run.Value("timecode"), "1");
-    EXPECT_EQ(run.Value("comramStatus"), c.Comram);
+    const std::string values = "kv=1 interface=0 timecode=1 comramStatus=" + std::string(c.Comram);
+    EXPECT_EQ(Printed(run, values), values);
     Args loads;
     for (const Json::Value& event : run.Trace)
     {
@@ -65,23 +60,6 @@ INSTANTIATE_TEST_SUITE_P(
         // Host board 1 loads nothing: a missing ComRAM node leaves its handle not open.
         SModuleCase{"MissingOnHostBoard1", {"--host-board", "1", "--modules-loaded", "no"}, "9", {}, LOADED}),
     ByName);
-
-// On host board 0, a module the machine lacks stops the start-up at its driver with a status that
-// grows with the drivers opened before. Entries: ComRAM, DSP UART, genlock, timecode, manager, 0.
-TEST(KvDriverApiStartUp, AMissingModuleStopsItWithTheWeightOfTheStepsDone)
-{
-    const char* const rows[][3] = {{"0x4", "drv_timecode", "mask=0x5 board=0 status=10015 entries=000000"},
-                                   {"0x3", "drv_genlock", "mask=0x3 board=0 status=20015 entries=000100"},
-                                   {"0x6", "drv_dspuart", "mask=0x7 board=0 status=30015 entries=001100"},
-                                   {"0xD", "drv_comram", "mask=0xD board=0 status=40015 entries=010110"},
-                                   {"0xF", "drv_comram", "mask=0xF board=0 status=50015 entries=011110"}};
-    for (const auto& [mask, module, out] : rows)
-    {
-        CSimRun sim;
-        const Args fault = {"--host-board", "0", "--fault", std::string("no-module=") + module};
-        EXPECT_EQ(sim.Run(fault, {CSimRun::S_Probe, "kvapi", mask}).Out, std::string(out) + "\n");
-    }
-}
 
 using ReleaseTest = testing::TestWithParam<bool>;
 
@@ -123,11 +101,9 @@ TEST_P(HostBoardTest, Q7KRegistersAreReachedThroughTheHostsOwnPath)
     const SHostCase& host = GetParam();
     const SSimResult run = ToolboxRun(
         {"--host-board", host.HostBoard, "--board", "Q7K", "--q7k-regs", "0xD7,0x11,0x22,0x33"}, {"q7kregs"});
-    EXPECT_EQ(run.Value("hostBoardType"), host.HostBoard);
-    EXPECT_EQ(run.Value("isaIo"), host.IoArea);
-    EXPECT_EQ(run.Value("comram"), "1");
-    EXPECT_EQ(run.Value("type"), "4");
-    EXPECT_EQ(run.Value("0.regs"), "0xD7,0x11,0x22,0x33");
+    const std::string values = "hostBoardType=" + std::string(host.HostBoard) + " isaIo=" + host.IoArea +
+                               " comram=1 type=4 0.regs=0xD7,0x11,0x22,0x33";
+    EXPECT_EQ(Printed(run, values), values);
     std::vector<uint32_t> dataReads;
     size_t indexWrites = 0;
     for (const Json::Value& event : run.Events("reg"))
@@ -144,28 +120,5 @@ INSTANTIATE_TEST_SUITE_P(Hosts, HostBoardTest,
                          testing::Values(SHostCase{"PortsOnHostBoard0", "0", "0"},
                                          SHostCase{"IoAreaOnHostBoard1", "1", "1"}),
                          ByName);
-
-TEST(NoDriversTest, EveryCallReportsAStatusAndNothingIsTouched)
-{
-    const SSimResult run =
-        ToolboxRun({"--fault", "no-drivers"}, {"wakeup", "3", "q7kregs", "exec", "0x01", "1000", "0", "0",
-                                               "bsread", "0xF0000A44", "q7kcomram", "1"});
-    const std::vector<std::pair<const char*, const char*>> expected = {
-        {"kv", "0"},
-        {"interface", "9"},
-        {"comramStatus", "9"},
-        {"isaStatus", "9"},
-        {"comram", "0"},
-        {"isaIo", "0"},
-        // Type stays "not identified": register 0 reads as a floating bus.
-        {"type", "5"},
-        {"0.result", "1"},
-        {"1.regs", "0xFF,0xFF,0xFF,0xFF"},
-        {"2.result", "4294967295"},
-        {"3.result", "4294967295"},
-        {"3.value", "2779096485"}}; // nothing to copy from: 0xA5A5A5A5
-    for (const auto& [key, value] : expected)
-        EXPECT_EQ(run.Value(key), value) << key;
-}
 
 } // namespace

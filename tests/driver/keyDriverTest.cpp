@@ -13,11 +13,10 @@ TEST(keyDriverTest, WithoutBoardFailsAtOnceWithoutTouchingTheMailbox)
 {
     keyDriver driver; // no driver opened: the communication RAM is not mapped
     unsigned char page[64] = {};
-    EXPECT_EQ(driver.detect(), 1);
-    EXPECT_EQ(driver.I2CService(0xA4, 0, page, 0, page), 5);
-    EXPECT_EQ(driver.EEPROMRead(0, 64, page), 5);
-    EXPECT_EQ(driver.EEPROMWrite(0, 64, page), 5);
-    EXPECT_EQ(driver.EEPROMPoll(), 5);
+    const std::vector<int> statuses = {driver.detect(), driver.I2CService(0xA4, 0, page, 0, page),
+                                       driver.EEPROMRead(0, 64, page), driver.EEPROMWrite(0, 64, page),
+                                       driver.EEPROMPoll()};
+    EXPECT_EQ(statuses, (std::vector<int>{1, 5, 5, 5, 5}));
 }
 
 TEST(keyDriverTest, OnBoardPagesReadBackInBothChecksumModes)
@@ -41,9 +40,7 @@ TEST(keyDriverTest, OnBoardPagesReadBackInBothChecksumModes)
         unsigned char written[64];
         unsigned char read[64] = {};
         for (int i = 0; i < 64; i++)
-        {
             written[i] = static_cast<unsigned char>(i * 7 + checksumMode);
-        }
         EXPECT_EQ(driver.EEPROMWrite(SCRATCH, 64, written), 0);
         // Refused before anything is posted: the page keeps what was written.
         EXPECT_EQ(driver.EEPROMWrite(SCRATCH, 65, mailbox.data()), 6);
@@ -51,10 +48,11 @@ TEST(keyDriverTest, OnBoardPagesReadBackInBothChecksumModes)
         EXPECT_EQ(memcmp(read, written, 64), 0);
     }
     // Too much for the mailbox, or no buffer: refused unposted; what fits reaches the micro-code.
-    EXPECT_EQ(driver.I2CService(0xA4, 0, none, 32751, mailbox.data()), 7);
-    EXPECT_EQ(driver.I2CService(0xA4, 0, none, 32752, mailbox.data()), 6);
-    EXPECT_EQ(driver.I2CService(0xA4, 32752, mailbox.data(), 0, none), 6);
-    EXPECT_EQ(driver.I2CService(0xA4, 2, nullptr, 0, none), 6);
-    EXPECT_EQ(driver.I2CService(0xA4, 0, none, 1, nullptr), 6);
+    const std::vector<int> statuses = {driver.I2CService(0xA4, 0, none, 32751, mailbox.data()),
+                                       driver.I2CService(0xA4, 0, none, 32752, mailbox.data()),
+                                       driver.I2CService(0xA4, 32752, mailbox.data(), 0, none),
+                                       driver.I2CService(0xA4, 2, nullptr, 0, none),
+                                       driver.I2CService(0xA4, 0, none, 1, nullptr)};
+    EXPECT_EQ(statuses, (std::vector<int>{7, 6, 6, 6, 6}));
 }
 } // namespace

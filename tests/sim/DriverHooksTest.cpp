@@ -2,9 +2,6 @@
 // driver answer them, to root and to an ordinary user.
 #include "SimCheck.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace
 {
 

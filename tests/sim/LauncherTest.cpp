@@ -2,6 +2,7 @@
 // /mnt/APPS), what it passes through, and how it refuses a command line (2) or files (125) it
 // cannot use: one line on standard error, no command run.
 #include "SimCheck.h"
+#include "SyslogCollector.h"
 
 #include <fstream>
 #include <sys/stat.h>
@@ -11,6 +12,8 @@ namespace
 {
 
 const char* const kAppsLog = "-- /bin/sh -c ls+-A+/mnt/APPS/data/log;echo+x>/mnt/APPS/data/log/f;ls+/dev/log";
+#define kStopped "-- /bin/sh -c echo+$SARVIK_SIM_RUN>>@/runs;kill+-"
+#define kStoppedEnd "+$PPID;sleep+2;echo+alive"
 const char* const kRootLog =
     "--root @/apps -- /bin/sh -c echo+x>>/mnt/APPS/data/log/f;wc+-c</mnt/APPS/data/log/f";
 
@@ -62,28 +65,30 @@ TEST(Launcher, RunsTheCommandInTheSimulatedServerOrRefusesBadInput)
         {"--trace @/folder", 125, "!ran", "sarvik-sim: open(@/folder): Is a directory"},
         {"--syslog @/missing/syslog", 125, "!ran",
          "sarvik-sim: open(@/missing/syslog): No such file or directory"},
+        // Stopped by a signal, the launcher ends the command and removes its run folder, where the
+        // root-owned set-user-ID copies of the interposer lie.
+        {kStopped "INT" kStoppedEnd, 128 + 2, "!alive"},
+        {kStopped "TERM" kStoppedEnd, 128 + 15, "!alive"},
     };
     ExpectRuns(h, cases);
+    const Args runs = Words(CSimRun::ReadText(h.Path("runs")));
+    EXPECT_EQ(runs.size(), 2u);
+    for (const std::string& run : runs)
+        EXPECT_TRUE(run.rfind("/tmp/sarvik-sim.", 0) == 0 && access(run.c_str(), F_OK) != 0) << run;
     EXPECT_EQ(CSimRun::ReadText(h.Path("short.bin")), "short\n");
     EXPECT_NE(access("/mnt/APPS/data/log/f", F_OK), 0) << "the host's own /mnt/APPS is never written";
 }
 
-// Stopped by a signal, the launcher stops the command and removes its run folder, where the
-// root-owned set-user-ID copies of the interposer lie.
-TEST(Launcher, StoppedBySigintOrSigtermItEndsTheCommandAndLeavesNothingBehind)
+// The system logger's parser: the ordinary messages reach every run's log; here the forms those
+// runs never send.
+TEST(SyslogCollector, SplitsTheCLibrarysMessageFormatAndRejectsOthers)
 {
-    CSimRun h;
-    for (const auto& [name, status] : {std::pair{"INT", 128 + 2}, std::pair{"TERM", 128 + 15}})
-    {
-        const std::string script =
-            "echo $SARVIK_SIM_RUN > " + h.Path("run") + "; kill -" + name + " $PPID; sleep 2; echo alive";
-        const SSimResult r = Sim(h, {"--", "/bin/sh", "-c", script});
-        EXPECT_EQ(r.Status, status) << name << r.Err;
-        EXPECT_EQ(r.Out, "") << name;
-        const std::string run = Words(CSimRun::ReadText(h.Path("run"))).at(0);
-        EXPECT_EQ(run.rfind("/tmp/sarvik-sim.", 0), 0u) << run;
-        EXPECT_NE(access(run.c_str(), F_OK), 0) << run;
-    }
+    simhost::SyslogMessage m;
+    ASSERT_TRUE(simhost::SyslogCollector::parse("<30>Dec 31 23:59:59 modprobe[7]: FATAL: Module x\n", &m));
+    EXPECT_EQ(std::tuple(m.facility, m.priority, m.ident, m.pid, m.text),
+              std::tuple(3, 6, std::string("modprobe"), 7L, std::string("FATAL: Module x")));
+    for (const char* bad : {"", "hello", "<>x", "<12345>x"})
+        EXPECT_FALSE(simhost::SyslogCollector::parse(bad, &m)) << bad;
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "PollCost.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace
 {
@@ -28,30 +29,23 @@ TEST(VirtualClock, ReproducibleClockMovesOnlyWhenAdvancedAndSpeedScalesRealSpans
     EXPECT_EQ(slow.toVirtual(2 * kSecond), kSecond);
 }
 
-// Each row: `pattern` repeated `times`, then `tail`, and the cost the last event is charged.
+// Each row: a pattern repeated N times, then a tail, and the cost the last event is charged.
 TEST(PollCost, ChargesAShareOfTheTimeARepeatingPollOrBusyWaitHasRun)
 {
-    struct SRow
-    {
-        const char* pattern;
-        int times;
-        const char* tail;
-        int64_t expected;
-    };
     // r: read of place 1 finding 0x80, R: another value, w: write of 1 to place 2, x: a new value
     // written there, t: TSC read, s: sleep
-    const SRow rows[] = {
+    const std::tuple<const char*, int, const char*, int64_t> rows[] = {
         {"r", 1, "", 1000},   {"r", 18, "", 1062},   {"rt", 17, "r", 1062},
         {"r", 17, "R", 1000}, {"r", 17, "wr", 1000}, {"r", 17, "sr", 1000},
         {"t", 18, "", 1062},  {"t", 17, "rt", 1000}, {"wr", 10, "", 1062},
         {"wx", 40, "", 1000}, {"ww", 40, "", 1000},  {"t", 20000, "", PollCost::kMaxNs},
     };
-    for (const SRow& row : rows)
+    for (const auto& [pattern, times, tail, expected] : rows)
     {
         std::string events;
-        for (int i = 0; i < row.times; ++i)
-            events += row.pattern;
-        events += row.tail;
+        for (int i = 0; i < times; ++i)
+            events += pattern;
+        events += tail;
         PollCost cost;
         int64_t last = 0;
         uint32_t fresh = 0;
@@ -66,7 +60,7 @@ TEST(PollCost, ChargesAShareOfTheTimeARepeatingPollOrBusyWaitHasRun)
             else
                 last = cost.boardAccess(1, e == 'R' ? 0 : 0x80, true);
         }
-        EXPECT_EQ(last, row.expected) << row.pattern << " x" << row.times << row.tail;
+        EXPECT_EQ(last, expected) << pattern << " x" << times << tail;
     }
 }
 

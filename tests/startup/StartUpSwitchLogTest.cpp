@@ -5,6 +5,7 @@
 #include <fstream>
 #include <regex>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace
@@ -54,27 +55,22 @@ TEST(StartUpSwitchLog, EveryRunAppendsOneTimeStampedSessionLineToAGroupWritableL
 
 TEST(StartUpSwitchLog, SizeLimitKeepsAFullLogAndMovesALargerOneAsideForOneSilentRun)
 {
-    struct SCase
-    {
-        const char* Label;
-        off_t Existing;
-        off_t AfterLog;
-        off_t AfterBak; // -1: none
-    } const cases[] = {
+    // The log's size before the run, then the log's and the moved-aside log's after it (-1: none).
+    const std::tuple<off_t, off_t, off_t> cases[] = {
         // Kept and written to; that line takes it over the limit, so it is then moved aside whole.
-        {"exactly 2097152 bytes", LIMIT, 0, LIMIT + SESSION_LINE},
+        {LIMIT, 0, LIMIT + SESSION_LINE},
         // Moved aside at start; that run writes no line at all.
-        {"one byte more", LIMIT + 1, -1, LIMIT + 1},
+        {LIMIT + 1, -1, LIMIT + 1},
     };
-    for (const SCase& c : cases)
+    for (const auto& [existing, afterLog, afterBak] : cases)
     {
-        SCOPED_TRACE(c.Label);
+        SCOPED_TRACE(existing);
         CSimRun sim;
         std::ofstream(SwitchLog(sim)).close();
-        ASSERT_EQ(truncate(SwitchLog(sim).c_str(), c.Existing), 0);
+        ASSERT_EQ(truncate(SwitchLog(sim).c_str(), existing), 0);
         RunQuietly(sim);
-        EXPECT_EQ(FileSize(SwitchLog(sim)), c.AfterLog);
-        EXPECT_EQ(FileSize(SwitchLog(sim) + ".bak"), c.AfterBak);
+        EXPECT_EQ(std::pair(FileSize(SwitchLog(sim)), FileSize(SwitchLog(sim) + ".bak")),
+                  std::pair(afterLog, afterBak));
         RunQuietly(sim);
         EXPECT_TRUE(std::regex_match(CSimRun::ReadText(SwitchLog(sim)), std::regex(PREFIX + SESSION)))
             << "the next run starts a new file";
@@ -95,26 +91,23 @@ TEST(StartUpSwitchLog, WithoutTheLogDirectoryNothingIsWrittenAndNothingMoreIsPri
 
 TEST(StartUpSwitchLog, AClosedOrPlainStandardDescriptorSendsNothingIntoTheSwitchLog)
 {
-    struct SCase
-    {
-        const char* Redirections;
-        std::string Out;
-    } const cases[] = {
+    // Arguments and redirections, and what is printed.
+    const std::pair<const char*, std::string> cases[] = {
         {">&-", ""},
         {"--bogus-option 2>&-", SAMPLE},
         {"<&-", SAMPLE},
         {"</dev/null", SAMPLE}, // not a terminal: the console is left alone
         {"--bogus-option <&- >&- 2>&-", ""},
     };
-    for (const SCase& c : cases)
+    for (const auto& [redirections, out] : cases)
     {
-        SCOPED_TRACE(c.Redirections);
+        SCOPED_TRACE(redirections);
         CSimRun sim;
         // The tool run the way a shell does for `Sarvik ARGS REDIRECTIONS`.
         const SSimResult result =
-            sim.Run({}, {"/bin/sh", "-c", std::string("exec \"$0\" ") + c.Redirections, CSimRun::S_Tool});
+            sim.Run({}, {"/bin/sh", "-c", std::string("exec \"$0\" ") + redirections, CSimRun::S_Tool});
         ASSERT_EQ(result.Status, 0) << result.Err;
-        EXPECT_EQ(result.Out, c.Out);
+        EXPECT_EQ(result.Out, out);
         const std::string log = CSimRun::ReadText(SwitchLog(sim));
         EXPECT_TRUE(std::regex_match(log, std::regex(PREFIX + SESSION))) << log;
     }
